@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Installs every Debian package needed to build, run and test MOKUZA-FULL.
+# Idempotent: packages already present are skipped; the package index is
+# refreshed at most once per run, and only when something is missing.
+set -euo pipefail
+
+PACKAGES=(
+  # build
+  build-essential cmake ninja-build pkg-config ccache
+  # toolkit, zip container, text encodings, key state
+  qt6-base-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
+  libqt6dbus6 libqt6svg6 qt6-qpa-plugins qt6-wayland
+  libquazip1-qt6-dev zlib1g-dev libicu-dev
+  libx11-dev libxkbcommon-dev libxkbcommon-x11-dev
+  # tests
+  libgtest-dev libgmock-dev googletest
+  xvfb xauth xdotool x11-utils dbus dbus-x11 python3 python3-dbus python3-gi gir1.2-glib-2.0
+  # interop peers
+  zip unzip p7zip-full libarchive-tools
+  # looking at it: screenshots, Japanese glyphs, opening the help page
+  imagemagick fonts-ipafont-gothic xdg-utils
+)
+
+missing=()
+for p in "${PACKAGES[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then
+  SUDO="sudo"
+fi
+
+echo "install-deps: installing ${missing[*]}" >&2
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "settings/RKProfileSetting.h"
+#include "zip/RQError.h"
+
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+// Makes one archive with progress and cancel (the archive runner window).
+// Main thread.
+class RKArchiveRunner
+{
+public:
+    virtual ~RKArchiveRunner() = default;
+
+    // Centres the runner over centreOver, starts the archive at url with the
+    // given contents and profile (the password is worked out here, once per
+    // archive), and runs the runner's modal loop. Returns when the archive has
+    // ended: finished, finished with errors, or cancelled.
+    virtual void runArchive(QObject* centreOver, const QStringList& filePaths,
+                            const RKProfileSetting& profile, const QString& url) = 0;
+
+    // The password given to the writer for the last archive; null when none.
+    virtual QString usedPassword() const = 0;
+    // The errors of the last archive, in the order reported.
+    virtual QList<RQError> errors() const = 0;
+};

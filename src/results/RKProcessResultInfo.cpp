@@ -1,0 +1,6 @@
+#include "results/RKProcessResultInfo.h"
+
+bool RKProcessResultInfo::hasErrors() const
+{
+    return !errors.items.isEmpty();
+}

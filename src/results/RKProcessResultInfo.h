@@ -1,0 +1,20 @@
+#pragma once
+
+#include "results/RKProcessResultDestPath.h"
+#include "results/RKProcessResultErrors.h"
+#include "results/RKProcessResultPassword.h"
+#include "results/RKProcessResultVerify.h"
+
+#include <QString>
+
+// The record of one archive written or extracted, shown by the result window.
+struct RKProcessResultInfo
+{
+    RKProcessResultErrors errors;
+    RKProcessResultPassword password;
+    RKProcessResultDestPath destPath;
+    RKProcessResultVerify verify;
+    QString title;
+
+    bool hasErrors() const;
+};

@@ -1,0 +1,104 @@
+#include "zip/RQError.h"
+
+#include "platform/RKAppInfo.h"
+
+namespace {
+
+QString archiverMessage(int code)
+{
+    switch (code) {
+    case 1:
+        return QStringLiteral("指定されたファイルが見つかりません。");
+    case 2:
+        return QStringLiteral("書庫へのファイル追加に失敗しました。");
+    case 200:
+        return QStringLiteral("書庫のサイズが4Gを超過しています。書庫が破損している可能性があります。");
+    case 999:
+        return QStringLiteral("不明なエラー");
+    default:
+        return QString();
+    }
+}
+
+QString unArchiverMessage(int code)
+{
+    switch (code) {
+    case 1:
+        return QStringLiteral("指定されたファイルが見つかりません。");
+    case 2:
+        return QStringLiteral("圧縮ファイルのオープンに失敗しました。ファイルが壊れているか、"
+                              "パスワードやエンコードを確認してください。");
+    case 3:
+        return QStringLiteral("書庫からのファイル取り出しに失敗しました。");
+    case 999:
+        return QStringLiteral("不明なエラー");
+    default:
+        return QString();
+    }
+}
+
+QString fileCopyMessage(int code)
+{
+    switch (code) {
+    case 1:
+        return QStringLiteral("出力先フォルダの作成に失敗しました。");
+    case 2:
+        return QStringLiteral("解凍ファイルの移動に失敗しました。");
+    default:
+        return QString();
+    }
+}
+
+} // namespace
+
+RQError::RQError(Family family, int code, const QString& filePath)
+    : m_family(family)
+    , m_code(code)
+    , m_filePath(filePath.isNull() ? QStringLiteral("") : filePath)
+{
+    switch (family) {
+    case Family::Archiver:
+        m_description = archiverMessage(code);
+        break;
+    case Family::UnArchiver:
+        m_description = unArchiverMessage(code);
+        break;
+    case Family::FileCopy:
+        m_description = fileCopyMessage(code);
+        break;
+    }
+}
+
+RQError RQError::initWithErrorCode(int code, const QString& filePath)
+{
+    return RQError(Family::Archiver, code, filePath);
+}
+
+RQError RQError::initWithUnArchiverErrorCode(int code, const QString& filePath)
+{
+    return RQError(Family::UnArchiver, code, filePath);
+}
+
+RQError RQError::initWithFileCopyUtilErrorCode(int code, const QString& filePath)
+{
+    return RQError(Family::FileCopy, code, filePath);
+}
+
+QString RQError::domain() const
+{
+    return RKAppInfo::bundleIdentifier();
+}
+
+QString RQError::localizedDescription() const
+{
+    if (hasDescription()) {
+        return m_description;
+    }
+    // The wording the desktop uses for an error it knows nothing more about.
+    return QStringLiteral("操作を完了できませんでした。(%1 エラー %2)").arg(domain()).arg(m_code);
+}
+
+bool RQError::operator==(const RQError& other) const
+{
+    return m_family == other.m_family && m_code == other.m_code && m_filePath == other.m_filePath;
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QList>
+#include <QMetaType>
+#include <QString>
+
+// The error object of the whole system: a code of one of three families
+// (archiver, unarchiver, file copy), the family's Japanese message for the
+// code, and the path or entry name it is about. A value type.
+class RQError
+{
+public:
+    enum class Family { Archiver, UnArchiver, FileCopy };
+
+    RQError() = default;
+
+    // Archiver family: 1 item missing, 2 adding failed, 200 size, 999 unexpected.
+    static RQError initWithErrorCode(int code, const QString& filePath);
+    // Unarchiver family: 1 missing, 2 open/list failed, 3 entry failed, 999.
+    static RQError initWithUnArchiverErrorCode(int code, const QString& filePath);
+    // File-copy family: 1 destination folder not made, 2 move failed.
+    static RQError initWithFileCopyUtilErrorCode(int code, const QString& filePath);
+
+    // The application's bundle identifier.
+    QString domain() const;
+    int code() const { return m_code; }
+    Family family() const { return m_family; }
+
+    // True when the code has a message in its family's table.
+    bool hasDescription() const { return !m_description.isNull(); }
+    // The family's message, or for a code outside the table a generic text
+    // naming the domain and code.
+    QString localizedDescription() const;
+    // The path or entry name the error is about (may be empty).
+    QString localizedRecoverySuggestion() const { return m_filePath; }
+
+    bool operator==(const RQError& other) const;
+
+private:
+    RQError(Family family, int code, const QString& filePath);
+
+    Family m_family = Family::Archiver;
+    int m_code = 0;
+    QString m_filePath;
+    QString m_description;
+};
+
+Q_DECLARE_METATYPE(RQError)

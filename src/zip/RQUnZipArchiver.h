@@ -1,0 +1,57 @@
+#pragma once
+
+#include "zip/RQError.h"
+#include "zip/RQUnZipArchiverDelegate.h"
+
+#include <QList>
+#include <QString>
+
+#include <memory>
+
+// Extracts every entry of one archive into a folder, one entry per step,
+// turning failures into unarchiver-family RQErrors:
+//   2   the archive cannot be opened or listed (path = the archive);
+//   3   one entry could not be extracted (path = the entry name as listed);
+//   999 an unexpected failure (path = the archive), which ends the run.
+// Nothing is ever written outside the destination folder: entries with an
+// absolute name or a ".." component fail with code 3.
+class RQUnZipArchiver
+{
+public:
+    RQUnZipArchiver();
+    // Waits for a run's worker to end.
+    ~RQUnZipArchiver();
+
+    RQUnZipArchiver(const RQUnZipArchiver&) = delete;
+    RQUnZipArchiver& operator=(const RQUnZipArchiver&) = delete;
+
+    void setDelegate(RQUnZipArchiverDelegate* delegate);
+    RQUnZipArchiverDelegate* delegate() const;
+
+    // True when the archive holds an encrypted entry; false when it cannot be
+    // opened. Synchronous.
+    bool isCrypted(const QString& archivePath);
+
+    // Starts a run: destination folder (made as needed), password (null or ""
+    // for none), archive, encoding value for entry names. Opening and listing
+    // happen before it returns; the steps go on on a worker thread.
+    void unArchive(const QString& destination, const QString& password, const QString& archivePath,
+                   quint64 sourceEncoding);
+    // No password.
+    void unArchive(const QString& destination, const QString& archivePath, quint64 sourceEncoding);
+
+    // Asks the run to stop at its next step boundary. Any thread.
+    void cansel();
+
+    QList<RQError> errors() const;
+
+    bool isNotification() const;
+    void setIsNotification(bool on);
+
+    // A number unique among live unarchivers (names the run's working folder).
+    qint64 hash() const;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "zip/RQError.h"
+#include "zip/RQZipArchiverDelegate.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+// Writes one archive from a list of files and folders, one item per step on a
+// worker thread, turning failures into archiver-family RQErrors:
+//   1   an item does not exist when its step runs (path = the item);
+//   2   the item could not be added (path = the item);
+//   999 an unexpected failure (path = ""), which ends the run.
+// Entry names are the item paths without the folder of the first item.
+// The archive is written under a temporary name beside the destination and
+// renamed into place when it is closed, so an existing file at the location is
+// replaced only by a complete archive.
+class RQZipArchiver
+{
+public:
+    RQZipArchiver();
+    // Waits for a run's worker to end.
+    ~RQZipArchiver();
+
+    RQZipArchiver(const RQZipArchiver&) = delete;
+    RQZipArchiver& operator=(const RQZipArchiver&) = delete;
+
+    // Not owned. May be cleared (nullptr) while a run is in progress.
+    void setDelegate(RQZipArchiverDelegate* delegate);
+    RQZipArchiverDelegate* delegate() const;
+
+    // Starts a run and returns at once (the empty-contents case finishes
+    // before returning). url: archive path; contents: absolute paths in the
+    // order to store them; password: null or "" for none; level 0..9;
+    // destEncoding: encoding value for entry names.
+    void archive(const QString& url, const QStringList& contents, const QString& password,
+                 int level, quint64 destEncoding);
+    // Level 5.
+    void archive(const QString& url, const QStringList& contents, const QString& password,
+                 quint64 destEncoding);
+    // No password, level 5.
+    void archive(const QString& url, const QStringList& contents, quint64 destEncoding);
+
+    // Asks the run to stop at its next step boundary. Any thread.
+    void cansel();
+
+    // Errors of the current or last run, in the order raised. Safe to read
+    // from any thread; complete once the run has ended.
+    QList<RQError> errors() const;
+
+    // Failure reporting; on after construction.
+    bool isNotification() const;
+    void setIsNotification(bool on);
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
