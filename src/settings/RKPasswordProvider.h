@@ -1,0 +1,32 @@
+#pragma once
+
+#include "settings/RKProfileSetting.h"
+
+#include <QDate>
+#include <QObject>
+#include <QString>
+
+// Turns an archive profile into the password of one archive. No password is
+// ever made up: it is typed by the user or expanded from the template.
+class RKPasswordProvider
+{
+public:
+    // passMode 0 (or a value outside the table): a null QString, no password.
+    // passMode 1: the manual password window over window (RKPasswordPrompt).
+    // passMode 2: makeStaticPassword(profile).
+    static QString Password(QObject* window, const RKProfileSetting& profile);
+
+    // The manual password window (RKPasswordPrompt::current()); "" when no
+    // prompt is installed.
+    static QString showPasswordDialog(QObject* window, const RKProfileSetting& profile);
+
+    // The profile's password with {YYYY}, {YY}, {MM}, {DD} (today in the
+    // user's calendar) and {HOST} (the computer's name; left as written when
+    // there is none) replaced, in that order.
+    static QString makeStaticPassword(const RKProfileSetting& profile);
+
+    // The same expansion for a given date in the user's calendar and a given
+    // computer name (null: none). makeStaticPassword uses it; tests call it.
+    static QString expandTemplate(const QString& text, int year, int month, int day,
+                                  const QString& hostName);
+};
