@@ -2,6 +2,7 @@
 
 #include "settings/RKProfileSetting.h"
 
+#include <QByteArray>
 #include <QDate>
 #include <QObject>
 #include <QString>
@@ -29,4 +30,14 @@ public:
     // computer name (null: none). makeStaticPassword uses it; tests call it.
     static QString expandTemplate(const QString& text, int year, int month, int day,
                                   const QString& hostName);
+
+    // Year, month (1-12) and day of a moment in the calendar of a locale
+    // (an ICU locale id such as "ja_JP@calendar=japanese"; empty: the user's
+    // default locale, whose calendar need not be the Gregorian one).
+    struct CalendarDate {
+        int year = 0;
+        int month = 0;
+        int day = 0;
+    };
+    static CalendarDate calendarDate(qint64 msecsSinceEpoch, const QByteArray& localeId = {});
 };
