@@ -1,0 +1,6 @@
+#include "unarchive/RKUnArchiveSingleStaticFolder.h"
+
+void RKUnArchiveSingleStaticFolder::prepareSavePaths()
+{
+    postDecisionSavePaths({profile().saveStaticFolderPath});
+}
