@@ -10,7 +10,23 @@
 // significant: 0xFFFFFFFF94000100 and 0x94000100 are the same encoding.
 //
 // Conversions are strict: a character without a mapping, or bytes that do not
-// decode, make the conversion fail. Nothing is ever substituted.
+// decode, make the conversion fail. Nothing is ever substituted. Text with an
+// unpaired surrogate never converts.
+//
+// Particular forms:
+// - Shift-JIS (8) is the Windows code page 932 table, so the characters
+//   Windows writes there (～ U+FF5E, ∥ U+2225, － U+FF0D, ￢ U+FFE2, ① U+2460,
+//   the NEC and IBM extensions) round-trip. Characters that code page 932 only
+//   reaches by a lossy best fit (〜 U+301C, − U+2212, ‖ U+2016) fail.
+// - UTF-16 (10) and UTF-32 (0x8C000100) write a byte-order mark followed by
+//   little-endian units. Reading honours a leading mark of either order and
+//   takes big-endian when there is none. The forms with a fixed byte order
+//   write no mark and keep a leading U+FEFF as a character.
+// - Non-lossy ASCII (7) writes ASCII as it is, "\" as "\\" and every other
+//   UTF-16 unit as "\u" and four lowercase hex digits. Reading accepts either
+//   case of hex digit and fails on any other escape or on a byte from 0x80 up.
+//
+// Thread-safe: every thread keeps converters of its own.
 class RKStringEncoding
 {
 public:
