@@ -1,0 +1,47 @@
+#include "results/widgets/RKCopyableTableCellView.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QSizePolicy>
+#include <QToolButton>
+
+RKCopyableTableCellView::RKCopyableTableCellView(QWidget* parent)
+    : QWidget(parent)
+    , m_textField(new QLabel(this))
+    , m_btnCopy(new QToolButton(this))
+{
+    setObjectName(QStringLiteral("ValueCellView"));
+    m_textField->setObjectName(QStringLiteral("textField"));
+    // A long path is clipped by the column instead of widening the window.
+    m_textField->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_textField->setTextFormat(Qt::PlainText);
+
+    m_btnCopy->setObjectName(QStringLiteral("btnCopy"));
+    m_btnCopy->setText(QStringLiteral("コピー"));
+    m_btnCopy->setToolTip(QStringLiteral("クリップボードにコピー"));
+    m_btnCopy->setAutoRaise(true);
+    m_btnCopy->setFocusPolicy(Qt::NoFocus);
+
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(2, 0, 2, 0);
+    layout->setSpacing(4);
+    layout->addWidget(m_textField, 1);
+    layout->addWidget(m_btnCopy, 0);
+
+    connect(m_btnCopy, &QToolButton::clicked, this, &RKCopyableTableCellView::btnCopyTouchUpInside);
+}
+
+void RKCopyableTableCellView::setLabelString(const QString& string, bool hidden)
+{
+    m_innerString = string;
+    m_showString = hidden ? QString(string.size(), QLatin1Char('*')) : string;
+    m_textField->setText(m_showString);
+    m_textField->setToolTip(hidden ? QString() : m_showString);
+}
+
+void RKCopyableTableCellView::btnCopyTouchUpInside()
+{
+    QGuiApplication::clipboard()->setText(m_innerString, QClipboard::Clipboard);
+}

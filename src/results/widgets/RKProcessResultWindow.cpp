@@ -1,0 +1,152 @@
+#include "results/widgets/RKProcessResultWindow.h"
+
+#include "results/widgets/RKCopyableTableCellView.h"
+#include "ui_RKProcessResultWindow.h"
+
+#include <QHeaderView>
+#include <QScreen>
+#include <QTreeWidget>
+#include <QToolButton>
+#include <QTreeWidgetItem>
+
+namespace {
+
+constexpr int kLabelColumn = 0;
+constexpr int kValueColumn = 1;
+
+// Secondary windows sit centred over their parent, size unchanged.
+void centreOverParent(QWidget* window, QObject* centreOver)
+{
+    auto* parentWidget = qobject_cast<QWidget*>(centreOver);
+    if (!parentWidget) {
+        return;
+    }
+    const QRect parentFrame = parentWidget->window()->geometry();
+    const QSize size = window->size();
+    window->move(parentFrame.x() + (parentFrame.width() - size.width()) / 2,
+                 parentFrame.y() + (parentFrame.height() - size.height()) / 2);
+}
+
+} // namespace
+
+RKProcessResultWindow::RKProcessResultWindow(QWidget* parent)
+    : QDialog(parent)
+    , ui(std::make_unique<Ui::RKProcessResultWindow>())
+{
+    ui->setupUi(this);
+    QTreeWidgetItem* header = ui->outlineView->headerItem();
+    header->setData(kLabelColumn, Qt::UserRole, labelColumnIdentifier());
+    header->setData(kValueColumn, Qt::UserRole, valueColumnIdentifier());
+    ui->outlineView->header()->setStretchLastSection(true);
+    ui->outlineView->setColumnWidth(kLabelColumn, 260);
+
+    connect(ui->btnClose, &QPushButton::clicked, this,
+            &RKProcessResultWindow::btnCloseTouchUpInside);
+    connect(ui->outlineView, &QTreeWidget::itemDoubleClicked, this,
+            &RKProcessResultWindow::doubleClick);
+}
+
+RKProcessResultWindow::~RKProcessResultWindow() = default;
+
+QTreeWidget* RKProcessResultWindow::outlineView() const
+{
+    return ui->outlineView;
+}
+
+void RKProcessResultWindow::showResults(QObject* centreOver,
+                                        const QList<RKProcessResultInfo>& results)
+{
+    doDisplay(results);
+    centreOverParent(this, centreOver);
+    exec();
+}
+
+void RKProcessResultWindow::doDisplay(const QList<RKProcessResultInfo>& results)
+{
+    m_results = results;
+    resize(755, 300);
+    reloadData();
+    // The rows are expanded once the view has laid them out.
+    QMetaObject::invokeMethod(this, &RKProcessResultWindow::expandOutline, Qt::QueuedConnection);
+}
+
+void RKProcessResultWindow::expandOutline()
+{
+    ui->outlineView->expandAll();
+}
+
+void RKProcessResultWindow::reloadData()
+{
+    QTreeWidget* tree = ui->outlineView;
+    tree->clear();
+    for (const RKProcessResultInfo& info : std::as_const(m_results)) {
+        QTreeWidgetItem* top = addRow(
+            nullptr, RowKind::Info, info.title,
+            info.hasErrors() ? QStringLiteral("処理が完了しましたが、エラーがあります。")
+                             : QStringLiteral("処理が完了しました。"),
+            false, false);
+        addRow(top, RowKind::DestPath, QStringLiteral("保存先"), info.destPath.stringValue, true,
+               false);
+        if (!info.password.stringValue.isNull()) {
+            addRow(top, RowKind::Password, QStringLiteral("パスワード"),
+                   info.password.stringValue, true, !info.password.showPassword);
+        }
+        if (!info.verify.crc.isNull()) {
+            addRow(top, RowKind::Verify, QStringLiteral("CRC"), info.verify.crc, true, false);
+        }
+        QTreeWidgetItem* errors =
+            addRow(top, RowKind::Errors,
+                   QStringLiteral("エラー(%1)").arg(info.errors.items.size()), QString(), false,
+                   false);
+        for (const RQError& error : info.errors.items) {
+            addRow(errors, RowKind::Error, error.localizedRecoverySuggestion(),
+                   error.localizedDescription(), true, false);
+        }
+    }
+}
+
+QTreeWidgetItem* RKProcessResultWindow::addRow(QTreeWidgetItem* parent, RowKind kind,
+                                               const QString& label, const QString& value,
+                                               bool copyable, bool masked)
+{
+    auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(ui->outlineView);
+    item->setText(kLabelColumn, label);
+    item->setToolTip(kLabelColumn, label);
+    item->setData(kLabelColumn, KindRole, static_cast<int>(kind));
+    // A row without children (an errors row with no errors) shows no
+    // expansion mark and cannot be expanded.
+    item->setChildIndicatorPolicy(QTreeWidgetItem::DontShowIndicatorWhenChildless);
+
+    auto* cell = new RKCopyableTableCellView;
+    cell->setLabelString(value, masked);
+    cell->btnCopy()->setVisible(copyable);
+    ui->outlineView->setItemWidget(item, kValueColumn, cell);
+    return item;
+}
+
+RKCopyableTableCellView* RKProcessResultWindow::valueCell(QTreeWidgetItem* item) const
+{
+    return qobject_cast<RKCopyableTableCellView*>(ui->outlineView->itemWidget(item, kValueColumn));
+}
+
+void RKProcessResultWindow::btnCloseTouchUpInside()
+{
+    close();
+}
+
+void RKProcessResultWindow::doubleClick()
+{
+}
+
+bool RKProcessResultWindow::close()
+{
+    done(0);
+    return QDialog::close();
+}
+
+void RKProcessResultWindow::reject()
+{
+    // The window manager's close button and Escape end the loop like the
+    // close button.
+    done(0);
+}

@@ -1,0 +1,95 @@
+#include "ui/RKPasswordWindow.h"
+
+#include "settings/RKSetting.h"
+#include "ui/KSPasswordField.h"
+#include "ui_RKPasswordWindow.h"
+
+#include <QCheckBox>
+#include <QPushButton>
+
+RKPasswordWindow::RKPasswordWindow(QWidget* parent)
+    : QDialog(parent)
+    , ui(std::make_unique<Ui::RKPasswordWindow>())
+{
+    ui->setupUi(this);
+    // As loaded: check box off, entry masked.
+    ui->btnShowPassword->setChecked(false);
+    ui->scPassword->setShowsText(false);
+    connect(ui->btnOk, &QPushButton::clicked, this, &RKPasswordWindow::btnOkTouchUpInside);
+    connect(ui->btnShowPassword, &QCheckBox::clicked, this,
+            &RKPasswordWindow::btnShowPasswordTouchUpInside);
+}
+
+RKPasswordWindow::~RKPasswordWindow() = default;
+
+KSPasswordField* RKPasswordWindow::scPassword() const
+{
+    return ui->scPassword;
+}
+
+QCheckBox* RKPasswordWindow::btnShowPassword() const
+{
+    return ui->btnShowPassword;
+}
+
+QPushButton* RKPasswordWindow::btnOk() const
+{
+    return ui->btnOk;
+}
+
+QString RKPasswordWindow::runModal(QWidget* parent, const RKProfileSetting& profile)
+{
+    RKPasswordWindow window(parent);
+    window.adjustSize();
+    if (parent) {
+        // Centred over the parent; moving it keeps the dialog from placing
+        // itself anew when shown.
+        const QRect parentFrame = parent->window()->geometry();
+        const QSize size = window.size();
+        window.move(parentFrame.x() + (parentFrame.width() - size.width()) / 2,
+                    parentFrame.y() + (parentFrame.height() - size.height()) / 2);
+    }
+    window.dispInit(profile);
+    window.exec();
+    return window.password();
+}
+
+void RKPasswordWindow::dispInit(const RKProfileSetting& profile)
+{
+    m_profile = profile;
+    m_password = QString();
+    ui->btnShowPassword->setChecked(profile.passwordShow);
+    ui->scPassword->setShowsText(profile.passwordShow);
+    ui->scPassword->clear();
+    ui->scPassword->setFocus(Qt::OtherFocusReason);
+}
+
+void RKPasswordWindow::btnOkTouchUpInside()
+{
+    const QString typed = ui->scPassword->text();
+    m_password = typed.isNull() ? QString(QLatin1String("")) : typed;
+    done(QDialog::Accepted);
+}
+
+void RKPasswordWindow::reject()
+{
+    btnOkTouchUpInside();
+}
+
+void RKPasswordWindow::btnShowPasswordTouchUpInside()
+{
+    const bool show = ui->btnShowPassword->isChecked();
+    ui->scPassword->setShowsText(show);
+    m_profile.passwordShow = show;
+
+    RKSetting setting = RKSetting::Setting();
+    for (RKProfileSetting& stored : setting.archiveProfiles) {
+        if (stored.profileID == m_profile.profileID) {
+            stored.passwordShow = show;
+            break;
+        }
+    }
+    // Stored also when no profile matched, so every click leaves the store
+    // in a known state.
+    setting.commit();
+}

@@ -1,0 +1,104 @@
+#include "ui/RKQtPanelService.h"
+
+#include "ui/RKOpenPanel.h"
+#include "ui/RKSavePanel.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QThread>
+#include <QWidget>
+
+#include <functional>
+
+namespace {
+
+// Runs fn on the main thread and waits for its answer.
+QString onMainThread(const std::function<QString()>& fn)
+{
+    QCoreApplication* app = QCoreApplication::instance();
+    if (!app || QThread::currentThread() == app->thread()) {
+        return fn();
+    }
+    QString answer;
+    QMetaObject::invokeMethod(
+        app, [&answer, &fn] { answer = fn(); }, Qt::BlockingQueuedConnection);
+    return answer;
+}
+
+QWidget* parentWindow(QObject* parent)
+{
+    auto* widget = qobject_cast<QWidget*>(parent);
+    return widget ? widget->window() : nullptr;
+}
+
+// Origin = parent's origin plus half the difference of the sizes; the panel
+// keeps its size. Moving the dialog keeps Qt from centring it itself.
+void centreOver(QWidget* panel, QWidget* parent)
+{
+    if (!parent) {
+        return;
+    }
+    const QRect parentFrame = parent->geometry();
+    const QSize size = panel->size();
+    panel->move(parentFrame.x() + (parentFrame.width() - size.width()) / 2,
+                parentFrame.y() + (parentFrame.height() - size.height()) / 2);
+}
+
+} // namespace
+
+RKQtPanelService::RKQtPanelService(QObject* parent)
+    : QObject(parent)
+{
+}
+
+QString RKQtPanelService::showModalSavePanel(QObject* parent, const QString& title,
+                                             const QString& message, const QString& url,
+                                             const QStringList& types)
+{
+    return onMainThread([&] { return runSavePanel(parent, title, message, url, types); });
+}
+
+QString RKQtPanelService::showModalOpenPanel(QObject* parent, const QString& title,
+                                             const QString& message, const QString& url,
+                                             int selectMode)
+{
+    return onMainThread([&] { return runOpenPanel(parent, title, message, url, selectMode); });
+}
+
+QString RKQtPanelService::runSavePanel(QObject* parent, const QString& title,
+                                       const QString& message, const QString& url,
+                                       const QStringList& types)
+{
+    QWidget* window = parentWindow(parent);
+    RKSavePanel panel(window);
+    panel.setWindowTitle(title);
+    panel.setMessage(message);
+    panel.setAllowedFileTypes(types);
+    panel.setProposedPath(url);
+    panel.setWindowModality(Qt::ApplicationModal);
+    centreOver(&panel, window);
+    if (panel.exec() != QDialog::Accepted) {
+        return QString();
+    }
+    return panel.chosenPath();
+}
+
+QString RKQtPanelService::runOpenPanel(QObject* parent, const QString& title,
+                                       const QString& message, const QString& url,
+                                       int selectMode)
+{
+    QWidget* window = parentWindow(parent);
+    RKOpenPanel panel(window);
+    panel.setWindowTitle(title);
+    panel.setMessage(message);
+    panel.setSelectMode(selectMode);
+    if (!url.isEmpty()) {
+        panel.setDirectory(url);
+    }
+    panel.setWindowModality(Qt::ApplicationModal);
+    centreOver(&panel, window);
+    if (panel.exec() != QDialog::Accepted) {
+        return QString();
+    }
+    return panel.chosenPath();
+}
