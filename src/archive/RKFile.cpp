@@ -1,0 +1,9 @@
+#include "archive/RKFile.h"
+
+#include <QFileInfo>
+
+RKFile::RKFile(const QString& filePath)
+    : m_filePath(filePath)
+    , m_isFolder(QFileInfo(filePath).isDir())
+{
+}
