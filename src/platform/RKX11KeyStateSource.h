@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/RKKeyStateSource.h"
+
+#include <QByteArray>
+
+#include <mutex>
+
+struct _XDisplay;
+
+// The physical key state of an X display, read with XQueryKeymap: it needs no
+// window and no focus, so it sees keys held while items are dropped from
+// another application. The display is opened on first use; when it cannot be
+// opened (no DISPLAY, Wayland without XWayland) nothing is held.
+class RKX11KeyStateSource : public RKKeyStateSource
+{
+public:
+    // displayName: as for XOpenDisplay; empty means the DISPLAY variable.
+    explicit RKX11KeyStateSource(const QByteArray& displayName = QByteArray());
+    ~RKX11KeyStateSource() override;
+
+    RKX11KeyStateSource(const RKX11KeyStateSource&) = delete;
+    RKX11KeyStateSource& operator=(const RKX11KeyStateSource&) = delete;
+
+    bool isKeyHeld(int virtualKeyCode) override;
+
+    // The X key code (evdev code + 8) of a stored virtual key code of the US
+    // ANSI layout, or 0 when the key has none.
+    static int x11KeyCode(int virtualKeyCode);
+
+private:
+    _XDisplay* display();
+
+    std::mutex m_mutex;
+    QByteArray m_displayName;
+    _XDisplay* m_display = nullptr;
+    bool m_openAttempted = false;
+};
