@@ -1,0 +1,154 @@
+// The two front ends: notices, entry names, error families, cancel.
+#include "zip/ZipTestSupport.h"
+
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+
+using TestEnvironment::listTree;
+using TestEnvironment::readFile;
+
+namespace {
+
+QStringList entryNames(const QString& zip)
+{
+    QStringList names;
+    for (const QJsonObject& entry : inspect(zip)) {
+        names << QString::fromUtf8(QByteArray::fromHex(entry.value(QStringLiteral("name"))
+                                                           .toString()
+                                                           .toLatin1()));
+    }
+    return names;
+}
+
+} // namespace
+
+using ArchiverFrontEnd = ZipTest;
+
+TEST_F(ArchiverFrontEnd, EmptyContentsFinishesAtOnceWithoutFile)
+{
+    const QString zip = path(QStringLiteral("out.zip"));
+    EXPECT_EQ(archive(zip, {}), QStringList { QStringLiteral("finished ") + zip });
+    EXPECT_FALSE(QFile::exists(zip));
+}
+
+TEST_F(ArchiverFrontEnd, NoticesOfARunInOrder)
+{
+    const QString a = file(QStringLiteral("src/a.txt"), "alpha");
+    const QString b = file(QStringLiteral("src/b.txt"), "beta");
+    const QString zip = path(QStringLiteral("out.zip"));
+    EXPECT_EQ(archive(zip, { a, b }),
+              (QStringList { QStringLiteral("started 2"), QStringLiteral("progress 1/2 ") + a,
+                             QStringLiteral("progress 2/2 ") + b,
+                             QStringLiteral("finished ") + zip }));
+    EXPECT_EQ(entryNames(zip), (QStringList { QStringLiteral("a.txt"), QStringLiteral("b.txt") }));
+}
+
+// Entry names are the item paths without the folder of the first item.
+struct BaseCase {
+    const char* name;
+    QStringList items;    // relative to the test folder; a trailing "/" makes a folder
+    QStringList expected; // entry names
+};
+
+class ArchiverBasePath : public ZipTest, public ::testing::WithParamInterface<BaseCase>
+{
+};
+
+TEST_P(ArchiverBasePath, EntryNames)
+{
+    const QString root = m_dir.path();
+    QStringList contents;
+    for (QString item : GetParam().items) {
+        item.replace(QStringLiteral("$ROOT"), root);
+        contents << (item.endsWith(QLatin1Char('/')) ? folder(item) : file(item, "x"));
+    }
+    for (QString& item : contents) {
+        while (item.endsWith(QLatin1Char('/'))) {
+            item.chop(1);
+        }
+    }
+    const QString zip = path(QStringLiteral("out.zip"));
+    archive(zip, contents);
+    QStringList expected;
+    for (const QString& name : GetParam().expected) {
+        expected << QString(name).replace(QStringLiteral("$ROOT"), root);
+    }
+    EXPECT_EQ(entryNames(zip), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ArchiverBasePath,
+    ::testing::Values(
+        BaseCase { "FolderFirst", { "a/b/", "a/b/x/y.txt" }, { "b/", "b/x/y.txt" } },
+        BaseCase { "BaseRepeatedInside",
+                   { "a/first.txt", "a/x$ROOT/a/y" },
+                   { "first.txt", "x$ROOT/a/y" } },
+        BaseCase { "ItemOutsideBaseKeepsWholePath",
+                   { "a/b/c.txt", "other.txt" },
+                   { "c.txt", "$ROOT/other.txt" } }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(ArchiverFrontEnd, MissingItemIsCodeOneAndTheRestIsStored)
+{
+    const QString a = file(QStringLiteral("a.txt"), "a");
+    const QString gone = path(QStringLiteral("gone.txt"));
+    const QString c = file(QStringLiteral("c.txt"), "c");
+    const QString zip = path(QStringLiteral("out.zip"));
+    const QStringList notices = archive(zip, { a, gone, c });
+    EXPECT_TRUE(notices.contains(QStringLiteral("error 1 ") + gone));
+    EXPECT_FALSE(notices.contains(QStringLiteral("progress 2/3 ") + gone));
+    EXPECT_EQ(entryNames(zip), (QStringList { QStringLiteral("a.txt"), QStringLiteral("c.txt") }));
+}
+
+TEST_F(ArchiverFrontEnd, CancelDuringThirdOfFiveKeepsThreeItems)
+{
+    QStringList contents;
+    for (int i = 1; i <= 5; ++i) {
+        contents << file(QStringLiteral("f%1.txt").arg(i), QByteArray(100000, char('a' + i)));
+    }
+    const QString zip = path(QStringLiteral("out.zip"));
+    ArchiverRecorder recorder;
+    recorder.onProgress = [](RQZipArchiver* archiver, int progress) {
+        if (progress == 3) {
+            archiver->cansel();
+        }
+    };
+    RQZipArchiver archiver;
+    archiver.setDelegate(&recorder);
+    archiver.archive(zip, contents, QString(), 4, 4);
+    ASSERT_TRUE(recorder.log.waitForEnd());
+    EXPECT_EQ(recorder.log.lines().last(), QStringLiteral("cancelled"));
+    EXPECT_FALSE(recorder.log.lines().join(QLatin1Char('\n')).contains(QStringLiteral("finished")));
+    EXPECT_EQ(entryNames(zip).size(), 3);
+    EXPECT_EQ(peer({ QStringLiteral("test"), zip }), 0);
+}
+
+using UnArchiverFrontEnd = ZipTest;
+
+TEST_F(UnArchiverFrontEnd, RoundTripOfFilesAndFolders)
+{
+    const QString top = folder(QStringLiteral("src/top/"));
+    const QString sub = folder(QStringLiteral("src/top/sub/"));
+    const QString a = file(QStringLiteral("src/top/sub/a.txt"), "alpha");
+    const QString zip = path(QStringLiteral("out.zip"));
+    archive(zip, { top, sub, a });
+    const QString dest = path(QStringLiteral("dest"));
+    EXPECT_EQ(extract(zip, dest),
+              (QStringList { QStringLiteral("started 3"), QStringLiteral("progress 1/3 top/"),
+                             QStringLiteral("progress 2/3 top/sub/"),
+                             QStringLiteral("progress 3/3 top/sub/a.txt"),
+                             QStringLiteral("finished ") + zip }));
+    EXPECT_EQ(listTree(dest), (QStringList { QStringLiteral("top/"), QStringLiteral("top/sub/"),
+                                             QStringLiteral("top/sub/a.txt") }));
+    EXPECT_EQ(readFile(dest + QStringLiteral("/top/sub/a.txt")), QByteArray("alpha"));
+}
+
+TEST_F(UnArchiverFrontEnd, NotAnArchiveIsCodeTwoThenFinished)
+{
+    const QString bogus = file(QStringLiteral("bogus.zip"), "not a zip at all");
+    EXPECT_EQ(extract(bogus, path(QStringLiteral("dest"))),
+              (QStringList { QStringLiteral("error 2 ") + bogus,
+                             QStringLiteral("finished ") + bogus }));
+}
