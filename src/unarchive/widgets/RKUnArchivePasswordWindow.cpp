@@ -1,0 +1,71 @@
+#include "unarchive/widgets/RKUnArchivePasswordWindow.h"
+
+#include "ui/KSPasswordField.h"
+#include "ui_RKUnArchivePasswordWindow.h"
+
+#include <QCheckBox>
+#include <QPushButton>
+
+RKUnArchivePasswordWindow::RKUnArchivePasswordWindow(QWidget* parent)
+    : QDialog(parent)
+    , ui(std::make_unique<Ui::RKUnArchivePasswordWindow>())
+{
+    ui->setupUi(this);
+    // As loaded: check box off, entry masked.
+    ui->btnShowPassword->setChecked(false);
+    ui->scPassword->setShowsText(false);
+    ui->scPassword->setFocus(Qt::OtherFocusReason);
+    connect(ui->btnCancel, &QPushButton::clicked, this,
+            &RKUnArchivePasswordWindow::btnCancelTouchUpInside);
+    connect(ui->btnShowPassword, &QCheckBox::clicked, this,
+            &RKUnArchivePasswordWindow::btnShowPasswordTouchUpInside);
+}
+
+RKUnArchivePasswordWindow::~RKUnArchivePasswordWindow() = default;
+
+KSPasswordField* RKUnArchivePasswordWindow::scPassword() const
+{
+    return ui->scPassword;
+}
+
+QCheckBox* RKUnArchivePasswordWindow::btnShowPassword() const
+{
+    return ui->btnShowPassword;
+}
+
+QPushButton* RKUnArchivePasswordWindow::btnCancel() const
+{
+    return ui->btnCancel;
+}
+
+QString RKUnArchivePasswordWindow::runModal(QWidget* parent)
+{
+    RKUnArchivePasswordWindow window(parent);
+    window.adjustSize();
+    if (parent) {
+        // Moved before it is shown, so the window system keeps this place.
+        const QRect parentFrame = parent->window()->geometry();
+        const QSize size = window.size();
+        window.move(parentFrame.x() + (parentFrame.width() - size.width()) / 2,
+                    parentFrame.y() + (parentFrame.height() - size.height()) / 2);
+    }
+    window.exec();
+    return window.password();
+}
+
+void RKUnArchivePasswordWindow::btnCancelTouchUpInside()
+{
+    const QString typed = ui->scPassword->text();
+    m_password = typed.isNull() ? QString(QLatin1String("")) : typed;
+    done(QDialog::Accepted);
+}
+
+void RKUnArchivePasswordWindow::btnShowPasswordTouchUpInside()
+{
+    ui->scPassword->setShowsText(ui->btnShowPassword->isChecked());
+}
+
+void RKUnArchivePasswordWindow::reject()
+{
+    btnCancelTouchUpInside();
+}
