@@ -46,8 +46,6 @@ public:
 public slots:
     void btnOkTouchUpInside();
     void btnShowPasswordTouchUpInside();
-
-protected:
     void reject() override;
 
 private:

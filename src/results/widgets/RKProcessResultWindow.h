@@ -52,8 +52,6 @@ public slots:
     void doubleClick();
     // Closes the window and ends its modal loop with code 0.
     bool close();
-
-protected:
     void reject() override;
 
 private:
