@@ -412,6 +412,13 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
         }
     }
 
+    // The container takes a check value of 0 as "none" and puts the time in
+    // the encryption header instead, which readers then refuse. Any value
+    // whose bits 16-31 are zero yields the same header as a CRC of 0.
+    if (password && checkValue == 0) {
+        checkValue = 1;
+    }
+
     // A name without a form in the encoding is stored as "-" by the container.
     const int opened = zipOpenNewFileInZip4_64(
         d->_zipFile, nameBytes ? nameBytes->constData() : nullptr, &info, nullptr, 0, nullptr, 0,
