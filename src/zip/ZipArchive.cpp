@@ -153,6 +153,26 @@ time_t dosDateToTime(uLong dosDate)
     return mktime(&local);
 }
 
+// Only an end record at the very start: an archive without entries, perhaps
+// with a comment.
+bool isEmptyArchive(QFile& device)
+{
+    // The container closes the device when it refuses it.
+    if (!device.isOpen() && !device.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const qint64 size = device.size();
+    if (size < 22 || size > 22 + 0xFFFF || !device.seek(0)) {
+        return false;
+    }
+    const QByteArray record = device.read(22);
+    const auto field = [&](int offset) {
+        return int(quint8(record[offset])) | int(quint8(record[offset + 1])) << 8;
+    };
+    return record.size() == 22 && record.startsWith(QByteArray("PK\x05\x06", 4)) && field(8) == 0
+        && field(10) == 0 && 22 + field(20) == size;
+}
+
 // Key of the entry lookup: the stored name bytes with ASCII letters folded to
 // lower case (as the container's case-blind comparison does) and "\" taken
 // as "/", so names written by tools that separate folders with "\" are found
@@ -202,6 +222,8 @@ struct ZipArchive::Private {
     std::unique_ptr<QFile> readDevice;
     QHash<QByteArray, unz64_file_pos> index;
     bool indexComplete = false;
+    // An archive without entries, which the container refuses to open.
+    bool openEmpty = false;
     std::vector<char> readBuffer;
     std::vector<char> nameBuffer;
     ZipOutputFolder output;
@@ -209,6 +231,8 @@ struct ZipArchive::Private {
     bool openForWriting(const QString& path, bool append);
     void discardWriting();
     void resetIndex();
+    // The first entry of a name wins.
+    void remember(const QByteArray& key, const unz64_file_pos& position);
     bool buildIndex();
     // Reads the current entry's information and stored name (into nameBuffer).
     bool currentInfo(unz_file_info64* info);
@@ -511,6 +535,13 @@ void ZipArchive::Private::resetIndex()
     indexComplete = false;
 }
 
+void ZipArchive::Private::remember(const QByteArray& key, const unz64_file_pos& position)
+{
+    if (!index.contains(key)) {
+        index.insert(key, position);
+    }
+}
+
 bool ZipArchive::Private::currentInfo(unz_file_info64* info)
 {
     if (nameBuffer.size() < kNameBufferSize) {
@@ -546,8 +577,7 @@ bool ZipArchive::Private::buildIndex()
             return false;
         }
         const qsizetype length = qsizetype(qMin<quint64>(info.size_filename, kNameBufferSize - 1));
-        // The first entry of a name wins.
-        index.emplace(lookupKey(nameBuffer.data(), length), position);
+        remember(lookupKey(nameBuffer.data(), length), position);
         status = unzGoToNextFile(_unzFile);
     }
     indexComplete = status == UNZ_END_OF_LIST_OF_FILE;
@@ -562,6 +592,7 @@ bool ZipArchive::UnzipOpenFile(const QString& path)
         d->_password = password;
     }
     d->_unzippedFiles = QStringList();
+    d->openEmpty = false;
     d->_numFiles = 0;
     d->resetIndex();
     d->output.close();
@@ -572,7 +603,11 @@ bool ZipArchive::UnzipOpenFile(const QString& path)
     }
     d->_unzFile = unzOpen64(device.get());
     if (!d->_unzFile) {
-        return false;
+        d->openEmpty = isEmptyArchive(*device);
+        if (d->openEmpty) {
+            syslog(LOG_NOTICE, "%lu entries in the zip file", 0UL);
+        }
+        return d->openEmpty;
     }
     unzClearFlags(d->_unzFile, UNZ_AUTO_CLOSE);
     d->readDevice = std::move(device);
@@ -613,6 +648,10 @@ std::optional<QStringList> ZipArchive::getZipFileContents64(quint64 encoding)
 {
     QStringList names;
     if (!d->_unzFile) {
+        if (d->openEmpty) {
+            OutputErrorMessage(QStringLiteral("Failed"));
+            OutputErrorMessage(QStringLiteral("Error occured"));
+        }
         return names;
     }
     if (unzGoToFirstFile(d->_unzFile) != UNZ_OK) {
@@ -643,7 +682,7 @@ std::optional<QStringList> ZipArchive::getZipFileContents64(quint64 encoding)
         names.append(slashed(*name));
         unz64_file_pos position;
         if (unzGetFilePos64(d->_unzFile, &position) == UNZ_OK) {
-            d->index.emplace(lookupKey(stored.constData(), stored.size()), position);
+            d->remember(lookupKey(stored.constData(), stored.size()), position);
         }
         unzCloseCurrentFile(d->_unzFile);
         const int next = unzGoToNextFile(d->_unzFile);
@@ -795,6 +834,7 @@ bool ZipArchive::UnzipCloseFile()
     d->_password.clear();
     d->resetIndex();
     d->output.close();
+    d->openEmpty = false;
     if (!d->_unzFile) {
         return true;
     }

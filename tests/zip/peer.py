@@ -6,7 +6,9 @@ and writes archives for the engine to read.
   peer.py test ZIP [PASSWORD]     exit 0 when testzip() finds every entry intact
   peer.py make ZIP SPEC_JSON      writes entries described by a JSON list
   peer.py patch ZIP OFFSET HEX    overwrites bytes at OFFSET
+  peer.py tree ZIP FOLDER [zip64] stores FOLDER (named by its last component)
 """
+import os
 import json
 import sys
 import zipfile
@@ -74,6 +76,22 @@ def make(path, spec):
                 stream.write(data)
 
 
+def tree(path, folder, zip64):
+    parent = os.path.dirname(os.path.abspath(folder))
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
+        for root, folders, files in os.walk(folder):
+            for name in sorted(folders) + sorted(files):
+                full = os.path.join(root, name)
+                arcname = os.path.relpath(full, parent)
+                if zip64 and os.path.isfile(full):
+                    info = zipfile.ZipInfo.from_file(full, arcname)
+                    info.compress_type = zipfile.ZIP_DEFLATED
+                    with open(full, "rb") as source, archive.open(info, "w", force_zip64=True) as stream:
+                        stream.write(source.read())
+                else:
+                    archive.write(full, arcname)
+
+
 def patch(path, offset, data):
     with open(path, "r+b") as stream:
         stream.seek(offset)
@@ -88,6 +106,8 @@ if __name__ == "__main__":
         sys.exit(test(sys.argv[2], sys.argv[3] if len(sys.argv) > 3 else None))
     elif command == "make":
         make(sys.argv[2], sys.argv[3])
+    elif command == "tree":
+        tree(sys.argv[2], sys.argv[3], len(sys.argv) > 4)
     elif command == "patch":
         patch(sys.argv[2], int(sys.argv[3]), sys.argv[4])
     else:
