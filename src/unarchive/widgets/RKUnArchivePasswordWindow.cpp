@@ -41,14 +41,7 @@ QPushButton* RKUnArchivePasswordWindow::btnCancel() const
 QString RKUnArchivePasswordWindow::runModal(QWidget* parent)
 {
     RKUnArchivePasswordWindow window(parent);
-    window.adjustSize();
-    if (parent) {
-        // Moved before it is shown, so the window system keeps this place.
-        const QRect parentFrame = parent->window()->geometry();
-        const QSize size = window.size();
-        window.move(parentFrame.x() + (parentFrame.width() - size.width()) / 2,
-                    parentFrame.y() + (parentFrame.height() - size.height()) / 2);
-    }
+    window.m_centreOver = parent;
     window.exec();
     return window.password();
 }
@@ -63,6 +56,18 @@ void RKUnArchivePasswordWindow::btnCancelTouchUpInside()
 void RKUnArchivePasswordWindow::btnShowPasswordTouchUpInside()
 {
     ui->scPassword->setShowsText(ui->btnShowPassword->isChecked());
+}
+
+void RKUnArchivePasswordWindow::showEvent(QShowEvent* event)
+{
+    // Placed once its final size is known and before it reaches the screen,
+    // so the window system keeps this place.
+    if (m_centreOver) {
+        const QRect parent = m_centreOver->window()->geometry();
+        setGeometry(parent.x() + (parent.width() - width()) / 2,
+                    parent.y() + (parent.height() - height()) / 2, width(), height());
+    }
+    QDialog::showEvent(event);
 }
 
 void RKUnArchivePasswordWindow::reject()

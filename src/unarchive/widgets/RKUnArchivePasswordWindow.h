@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QPointer>
 #include <QString>
 
 #include <memory>
@@ -41,8 +42,10 @@ public slots:
 
 protected:
     void reject() override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     std::unique_ptr<Ui::RKUnArchivePasswordWindow> ui;
     QString m_password;
+    QPointer<QWidget> m_centreOver;
 };

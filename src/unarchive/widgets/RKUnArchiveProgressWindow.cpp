@@ -85,7 +85,8 @@ void RKUnArchiveProgressWindow::runUnArchive(QObject* centreOver, const QString&
 {
     if (auto* parent = qobject_cast<QWidget*>(centreOver)) {
         const QRect frame = parent->window()->geometry();
-        move(frame.x() + (frame.width() - width()) / 2, frame.y() + (frame.height() - height()) / 2);
+        setGeometry(frame.x() + (frame.width() - width()) / 2,
+                    frame.y() + (frame.height() - height()) / 2, width(), height());
     }
     // Shown before the run starts, so a password prompt has a window to
     // centre over.
