@@ -233,9 +233,10 @@ void RKProgressWindow::centreOver(QObject* parent)
     if (!parentWidget) {
         return;
     }
-    // The window keeps its size; the two centres meet.
-    const QRect outer = parentWidget->frameGeometry();
-    const QRect own = frameGeometry();
-    move(outer.x() + (outer.width() - own.width()) / 2,
-         outer.y() + (outer.height() - own.height()) / 2);
+    // The window keeps its size; the two centres meet. Client areas are
+    // placed, so the frames (alike on both windows) do not shift the result.
+    const QRect outer = parentWidget->geometry();
+    const QSize own = size();
+    setGeometry(outer.x() + (outer.width() - own.width()) / 2,
+                outer.y() + (outer.height() - own.height()) / 2, own.width(), own.height());
 }
