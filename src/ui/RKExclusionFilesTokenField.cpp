@@ -65,7 +65,7 @@ void RKExclusionFilesTokenField::textDidEndEditing()
     }
 }
 
-bool RKExclusionFilesTokenField::completeToken()
+bool RKExclusionFilesTokenField::completeToken(bool typingOn)
 {
     const QString current = text();
     const int cursor = cursorPosition();
@@ -86,10 +86,14 @@ bool RKExclusionFilesTokenField::completeToken()
     if (!checkTokens({token}, index).isEmpty()) {
         return true;
     }
-    // Take the repeat out together with the separator before it (or after
-    // it, when it is the first piece).
     QString remaining = current;
-    if (start > 0) {
+    if (typingOn) {
+        // Typing goes on after the separator that is already there.
+        remaining.remove(start, end - start);
+        setText(remaining);
+        setCursorPosition(start);
+    } else if (start > 0) {
+        // Take the repeat out together with the separator before it.
         remaining.remove(start - 1, end - start + 1);
         setText(remaining);
         setCursorPosition(start - 1);
@@ -107,7 +111,7 @@ void RKExclusionFilesTokenField::keyPressEvent(QKeyEvent* event)
     const bool separator = event->text() == QString(kSeparator);
     const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (separator || enter) {
-        const bool added = completeToken();
+        const bool added = completeToken(separator);
         if (separator && !added) {
             event->accept();
             return;

@@ -39,6 +39,7 @@ protected:
 
 private:
     // Checks the token at the cursor as one being added; false when it was a
-    // repeat and has been taken out again.
-    bool completeToken();
+    // repeat and has been taken out again. typingOn: a separator was typed,
+    // so the one before the token stays for the next token.
+    bool completeToken(bool typingOn);
 };
