@@ -21,7 +21,6 @@ RKCopyableTableCellView::RKCopyableTableCellView(QWidget* parent)
     m_btnCopy->setObjectName(QStringLiteral("btnCopy"));
     m_btnCopy->setText(QStringLiteral("コピー"));
     m_btnCopy->setToolTip(QStringLiteral("クリップボードにコピー"));
-    m_btnCopy->setAutoRaise(true);
     m_btnCopy->setFocusPolicy(Qt::NoFocus);
 
     auto* layout = new QHBoxLayout(this);

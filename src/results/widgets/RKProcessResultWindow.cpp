@@ -121,6 +121,8 @@ QTreeWidgetItem* RKProcessResultWindow::addRow(QTreeWidgetItem* parent, RowKind 
     cell->setLabelString(value, masked);
     cell->btnCopy()->setVisible(copyable);
     ui->outlineView->setItemWidget(item, kValueColumn, cell);
+    // Every row is as tall as one with a copy button, shown or not.
+    item->setSizeHint(kValueColumn, QSize(0, cell->btnCopy()->sizeHint().height() + 2));
     return item;
 }
 
