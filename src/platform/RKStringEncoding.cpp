@@ -402,8 +402,12 @@ std::optional<QString> decodeUtf32(const char* bytes, qsizetype size, Order orde
         if (codePoint > 0x10FFFF || U_IS_SURROGATE(codePoint)) {
             return std::nullopt;
         }
-        const char32_t one[1] = {codePoint};
-        out.append(QString::fromUcs4(one, 1));
+        if (QChar::requiresSurrogates(codePoint)) {
+            out.append(QChar(QChar::highSurrogate(codePoint)));
+            out.append(QChar(QChar::lowSurrogate(codePoint)));
+        } else {
+            out.append(QChar(static_cast<char16_t>(codePoint)));
+        }
     }
     return out;
 }
