@@ -175,9 +175,14 @@ RKSetting RKSetting::Setting()
         if (std::optional<RKSetting> setting = unarchive(bytes)) {
             return *setting;
         }
-        // Keep what the user had before replacing it with the defaults.
-        const QString backupKey =
+        // Keep what the user had before replacing it with the defaults. A
+        // suffix keeps two failures within one millisecond apart.
+        const QString stamp =
             kBackupPrefix + QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMddHHmmsszzz"));
+        QString backupKey = stamp;
+        for (int suffix = 1; defaults.contains(backupKey); ++suffix) {
+            backupKey = stamp + QLatin1Char('_') + QString::number(suffix);
+        }
         defaults.setValue(backupKey, stored);
         defaults.sync();
     }
