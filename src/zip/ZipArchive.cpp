@@ -15,10 +15,12 @@
 #include <cerrno>
 #include <ctime>
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <mutex>
 #include <vector>
 
 namespace {
@@ -244,6 +246,13 @@ struct ZipArchive::Private {
 ZipArchive::ZipArchive()
     : d(std::make_unique<Private>())
 {
+    // Every entry allocates and frees about 270 KB of deflate state. Under the
+    // allocator's default trim threshold that memory goes back to the kernel
+    // at each entry and is faulted in again at the next, which costs more than
+    // compressing a small file (7x slower on 20,000 files). Keep a few
+    // megabytes of freed heap instead.
+    static std::once_flag tuned;
+    std::call_once(tuned, [] { mallopt(M_TRIM_THRESHOLD, 8 << 20); });
 }
 
 ZipArchive::~ZipArchive()
