@@ -1,6 +1,7 @@
 // One main for every suite: a QApplication (so windows can be driven on the
 // offscreen platform) and settings that never touch the real user's files.
 #include <QApplication>
+#include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -19,6 +20,9 @@ int main(int argc, char** argv)
     qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
     qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toUtf8());
     QStandardPaths::setTestModeEnabled(true);
+    // Test mode alone would send every suite to the same ~/.qttest folder.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                       home.filePath(QStringLiteral("config")));
 
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("MOKUZA-test"));
