@@ -207,13 +207,6 @@ TEST_F(RKProcessResultWindowTest, VerifyRowOnlyWhenFilled)
     EXPECT_EQ(verify->parent()->indexOfChild(verify), 2); // after the password
 }
 
-TEST_F(RKProcessResultWindowTest, ColumnsCarryTheirIdentifiers)
-{
-    QTreeWidgetItem* header = window.outlineView()->headerItem();
-    EXPECT_EQ(header->data(0, Qt::UserRole).toString(), QStringLiteral("LabelColumn"));
-    EXPECT_EQ(header->data(1, Qt::UserRole).toString(), QStringLiteral("ValueColumn"));
-}
-
 // Ways to end the window; each must end the modal loop with code 0.
 struct CloseCase {
     const char* name;

@@ -18,11 +18,6 @@ struct FilterCase {
     bool keep;
 };
 
-std::ostream& operator<<(std::ostream& out, const FilterCase& row)
-{
-    return out << row.name;
-}
-
 class RKFilterProviderTable : public ::testing::TestWithParam<FilterCase>
 {
 protected:

@@ -18,11 +18,6 @@ struct TemplateCase {
     const char* expected;
 };
 
-std::ostream& operator<<(std::ostream& out, const TemplateCase& row)
-{
-    return out << row.name;
-}
-
 class RKPasswordTemplateTable : public ::testing::TestWithParam<TemplateCase>
 {
 };
@@ -49,10 +44,8 @@ INSTANTIATE_TEST_SUITE_P(
         TemplateCase{"EveryOccurrence", "{DD}.{DD}/{MM}{MM}", 2026, 12, 31, "mac", "31.31/1212"},
         TemplateCase{"HostReplaced", "pw-{HOST}", 2026, 3, 5, "Taro's Mac", "pw-Taro's Mac"},
         TemplateCase{"MissingHostKept", "pw-{HOST}", 2026, 3, 5, nullptr, "pw-{HOST}"},
-        TemplateCase{"EmptyHostKept", "pw-{HOST}", 2026, 3, 5, "", "pw-{HOST}"},
         TemplateCase{"HostIsNotExpandedAgain", "{HOST}", 2026, 3, 5, "{YYYY}", "{YYYY}"},
         TemplateCase{"BracesAroundPlaceholder", "{{YY}}", 2026, 3, 5, "mac", "{26}"},
-        TemplateCase{"UnclosedPlaceholderKept", "{YYYY", 2026, 3, 5, "mac", "{YYYY"},
         TemplateCase{"NoPlaceholders", "secret", 2026, 3, 5, "mac", "secret"},
         TemplateCase{"EmptyTemplate", "", 2026, 3, 5, "mac", ""}),
     [](const ::testing::TestParamInfo<TemplateCase>& info) { return std::string(info.param.name); });
@@ -154,11 +147,6 @@ struct MachineInfoCase {
     const char* expected;    // nullptr: no name
 };
 
-std::ostream& operator<<(std::ostream& out, const MachineInfoCase& row)
-{
-    return out << row.name;
-}
-
 class RKComputerNameTable : public ::testing::TestWithParam<MachineInfoCase>
 {
 };
@@ -180,8 +168,6 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         MachineInfoCase{"NoFileGivesHostName", nullptr, "box", "box"},
         MachineInfoCase{"DoubleQuoted", "CHASSIS=laptop\nPRETTY_HOSTNAME=\"Taro's Laptop\"\n", "box", "Taro's Laptop"},
-        MachineInfoCase{"SingleQuoted", "PRETTY_HOSTNAME='A \"B\"'\n", "box", "A \"B\""},
-        MachineInfoCase{"Unquoted", "PRETTY_HOSTNAME=plain", "box", "plain"},
         MachineInfoCase{"EscapedQuote", "PRETTY_HOSTNAME=\"say \\\"hi\\\"\"", "box", "say \"hi\""},
         MachineInfoCase{"Utf8Name", "PRETTY_HOSTNAME=\"\xE5\xA4\xAA\xE9\x83\x8E\xE3\x81\xAEMac\"", "box", "\xE5\xA4\xAA\xE9\x83\x8E\xE3\x81\xAEMac"},
         MachineInfoCase{"EmptyPrettyNameFallsBack", "PRETTY_HOSTNAME=\"\"\n", "box", "box"},
