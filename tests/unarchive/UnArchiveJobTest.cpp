@@ -1,14 +1,13 @@
 // Whole unarchive jobs, headless: scripted chooser and prompt, the real
-// runner window on the offscreen platform, captured result window.
+// runner window on the offscreen platform, a captured result window.
 #include "settings/RKSetting.h"
 #include "support/TestEnvironment.h"
 #include "support/jobs/ScriptedServices.h"
-#include "unarchive/RKUnArchiveBase.h"
 #include "unarchive/UnArchiveTestSupport.h"
 #include "unarchive/widgets/RKUnArchiveProgressWindow.h"
 
 #include <QDir>
-#include <QFile>
+#include <QFileInfo>
 #include <gtest/gtest.h>
 
 using namespace UnArchiveTestSupport;
@@ -22,64 +21,44 @@ protected:
     {
         UnArchiveTest::SetUp();
         services.host.unArchiveRunner = &runner;
-        makeTree(in("content"), {"a.txt", "d/", "d/b.txt"}, "data");
+        makeTree(in("content"), {"a.txt"}, "data");
     }
-
-    // An archive of a.txt, d/ and d/b.txt at the path.
     QString makeArchive(const QString& path)
     {
         QDir().mkpath(QFileInfo(path).absolutePath());
-        runTool("zip", {"-r", "-q", path, "a.txt", "d"}, in("content"));
+        runTool("zip", {"-q", path, "a.txt"}, in("content"));
         return path;
     }
-
-    static QStringList extracted(const QString& folder)
-    {
-        return {folder + "/", folder + "/a.txt=data", folder + "/d/", folder + "/d/b.txt=data"};
-    }
-
-    QList<RKProcessResultInfo> onlyResults() const
+    // One result window; its records as "title | destination | error count".
+    QStringList results() const
     {
         EXPECT_EQ(services.host.results.shown.size(), 1);
-        return services.host.results.shown.value(0);
+        QStringList lines;
+        for (const RKProcessResultInfo& r : services.host.results.shown.value(0)) {
+            EXPECT_TRUE(r.password.stringValue.isNull()) << "extraction records carry no password";
+            lines << QStringLiteral("%1 | %2 | %3").arg(r.title, r.destPath.stringValue).arg(r.errors.items.size());
+        }
+        return lines;
     }
 
     ScriptedServices services;
     RKUnArchiveProgressWindow runner;
 };
 
-TEST_F(UnArchiveJobTest, SameSourceExtractsEachArchiveNextToItself)
+TEST_F(UnArchiveJobTest, SameSourceExtractsNextToEachArchiveThenQuitsWhenAsked)
 {
-    // The sources lie in the output area: next to them is the destination.
+    // Next to the sources is the destination, so they lie in the output area.
     const QString first = makeArchive(out("one/first.zip"));
     const QString second = makeArchive(out("two/second.zip"));
-    freezeInputs();
+    services.host.reserve = true;
 
-    auto job = makeJob("MultiSameSource", {first, second}, profile(1));
-    EXPECT_EQ(runJob(job), 1);
+    EXPECT_EQ(runJob("MultiSameSource", {first, second}, profile(1)), 1);
 
-    QStringList expected = QStringList{"one/", "one/first.zip=" + QString::fromUtf8(TestEnvironment::readFile(first)),
-                                       "two/", "two/second.zip=" + QString::fromUtf8(TestEnvironment::readFile(second))}
-        + extracted("one/first") + extracted("two/second");
-    expected.sort();
-    EXPECT_EQ(snapshot(out()), expected);
-
-    const QList<RKProcessResultInfo> results = onlyResults();
-    ASSERT_EQ(results.size(), 2);
-    EXPECT_EQ(results[0].title, "first.zip");
-    EXPECT_EQ(results[0].destPath.stringValue, out("one"));
-    EXPECT_EQ(results[1].title, "second.zip");
-    EXPECT_EQ(results[1].destPath.stringValue, out("two"));
-    for (const RKProcessResultInfo& result : results) {
-        EXPECT_TRUE(result.errors.items.isEmpty());
-        EXPECT_TRUE(result.password.stringValue.isNull()) << "extraction records carry no password";
-    }
+    EXPECT_TRUE(QFileInfo::exists(out("one/first/a.txt")) && QFileInfo::exists(out("two/second/a.txt")));
+    EXPECT_EQ(results(), (QStringList{"first.zip | " + out("one") + " | 0", "second.zip | " + out("two") + " | 0"}));
     EXPECT_TRUE(services.panels.calls().isEmpty());
-    EXPECT_EQ(job->indexOfPaths(), 2);
+    EXPECT_EQ(services.host.terminateCalls, 1);
 }
-
-// ---------------------------------------------------------------------------
-// Asked destinations: one chooser whatever the number of archives.
 
 struct AskCase {
     const char* jobClass;
@@ -89,148 +68,89 @@ struct AskCase {
 
 class AskedDestinationTest : public UnArchiveJobTest, public ::testing::WithParamInterface<AskCase>
 {
+protected:
+    QStringList dropArchives()
+    {
+        QStringList items;
+        for (int i = 1; i <= GetParam().archives; ++i) {
+            items << makeArchive(in(QStringLiteral("drop/n%1.zip").arg(i)));
+        }
+        freezeInputs();
+        return items;
+    }
 };
 
 TEST_P(AskedDestinationTest, OneChooserForEveryArchive)
 {
-    QStringList items;
-    for (int i = 1; i <= GetParam().archives; ++i) {
-        items << makeArchive(in(QStringLiteral("drop/archive%1.zip").arg(i)));
-    }
-    freezeInputs();
-    ASSERT_TRUE(QDir().mkpath(out("chosen")));
-    services.panels.script({out("chosen")});
+    const QStringList items = dropArchives();
+    services.panels.script({out()});
 
-    EXPECT_EQ(runJob(makeJob(GetParam().jobClass, items, profile(1))), 1);
+    EXPECT_EQ(runJob(GetParam().jobClass, items, profile(0, 2)), 1);
 
-    const QList<ScriptedPanelService::Call> calls = services.panels.calls();
+    const auto calls = services.panels.calls();
     ASSERT_EQ(calls.size(), 1);
-    EXPECT_FALSE(calls[0].save);
-    EXPECT_EQ(calls[0].title, "MOKUZA-FULL");
-    EXPECT_EQ(calls[0].message, items[0] + QString::fromUtf8(GetParam().message));
+    EXPECT_EQ(calls[0].title + " " + calls[0].message, "MOKUZA-FULL " + items[0] + GetParam().message);
     EXPECT_EQ(calls[0].url, in("drop"));
-    EXPECT_EQ(calls[0].selectMode, 1);
-    EXPECT_TRUE(calls[0].onMainThread);
-
-    QStringList expected{"chosen/"};
-    for (int i = 1; i <= GetParam().archives; ++i) {
-        expected += extracted(QStringLiteral("chosen/archive%1").arg(i));
-    }
-    expected.sort();
+    EXPECT_TRUE(!calls[0].save && calls[0].selectMode == 1 && calls[0].onMainThread);
+    const QStringList expected = GetParam().archives == 1 ? QStringList{"a.txt=data"}
+                                                          : QStringList{"a 2.txt=data", "a.txt=data"};
     EXPECT_EQ(snapshot(out()), expected);
-    EXPECT_EQ(onlyResults().size(), GetParam().archives);
+    EXPECT_EQ(results().size(), GetParam().archives);
 }
 
 TEST_P(AskedDestinationTest, CancelledChooserEndsTheJobQuietly)
 {
-    QStringList items;
-    for (int i = 1; i <= GetParam().archives; ++i) {
-        items << makeArchive(in(QStringLiteral("drop/archive%1.zip").arg(i)));
-    }
-    freezeInputs();
-    services.host.reserve = true; // even an application started to open items stays
+    const QStringList items = dropArchives();
+    services.host.reserve = true; // even an application started to open items stays open
     services.panels.script({QString()});
 
-    EXPECT_EQ(runJob(makeJob(GetParam().jobClass, items, profile(1))), 1);
+    EXPECT_EQ(runJob(GetParam().jobClass, items, profile(1)), 1);
 
-    EXPECT_TRUE(services.host.results.shown.isEmpty());
+    EXPECT_TRUE(services.host.results.shown.isEmpty() && services.notifier.delivered().isEmpty());
     EXPECT_EQ(services.host.terminateCalls, 0);
-    EXPECT_TRUE(services.notifier.delivered().isEmpty());
-    EXPECT_EQ(services.passwords.unArchivePromptCount, 0);
-    EXPECT_FALSE(runner.isVisible());
     EXPECT_EQ(snapshot(out()), QStringList{});
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Ask, AskedDestinationTest,
-    ::testing::Values(AskCase{"SingleAnyTime", 1, " の解凍先を選択してください。"},
-                      AskCase{"MultiAnyTime", 2, " の解凍先を選択して下さい。"}),
-    [](const ::testing::TestParamInfo<AskCase>& info) { return std::string(info.param.jobClass); });
+INSTANTIATE_TEST_SUITE_P(Ask, AskedDestinationTest,
+                         ::testing::Values(AskCase{"SingleAnyTime", 1, " の解凍先を選択してください。"},
+                                           AskCase{"MultiAnyTime", 2, " の解凍先を選択して下さい。"}),
+                         [](const auto& info) { return std::string(info.param.jobClass); });
 
-// ---------------------------------------------------------------------------
-
-TEST_F(UnArchiveJobTest, FixedFolderThatDoesNotExistYetIsMade)
+TEST_F(UnArchiveJobTest, FixedFolderIsMadeAndAFailedArchiveDoesNotStopTheNext)
 {
-    const QString archive = makeArchive(in("photos.zip"));
-    freezeInputs();
-    RKUnArchiveProfileSetting fixed = profile(1);
-    fixed.saveStaticFolderPath = out("not/there/yet");
-
-    EXPECT_EQ(runJob(makeJob("SingleStaticFolder", {archive}, fixed)), 1);
-
-    QStringList expected = QStringList{"not/", "not/there/", "not/there/yet/"}
-        + extracted("not/there/yet/photos");
-    expected.sort();
-    EXPECT_EQ(snapshot(out()), expected);
-    EXPECT_EQ(onlyResults().value(0).destPath.stringValue, out("not/there/yet"));
-}
-
-TEST_F(UnArchiveJobTest, FailedArchiveGetsItsRecordAndTheNextStartsClean)
-{
-    ASSERT_TRUE(TestEnvironment::writeFile(in("broken.zip"), "PK\x03\x04 truncated"));
+    ASSERT_TRUE(TestEnvironment::writeFile(in("broken.zip"), "PK\x03\x04 cut short"));
     const QString good = makeArchive(in("good.zip"));
     freezeInputs();
     RKUnArchiveProfileSetting fixed = profile(1);
-    fixed.saveStaticFolderPath = out();
+    fixed.saveStaticFolderPath = out("not/yet");
 
-    EXPECT_EQ(runJob(makeJob("MultiStaticFolder", {in("broken.zip"), good}, fixed)), 1);
+    EXPECT_EQ(runJob("MultiStaticFolder", {in("broken.zip"), good}, fixed), 1);
 
-    const QList<RKProcessResultInfo> results = onlyResults();
-    ASSERT_EQ(results.size(), 2);
-    EXPECT_EQ(results[0].title, "broken.zip");
-    EXPECT_EQ(results[0].errors.items,
-              QList<RQError>{RQError::initWithUnArchiverErrorCode(2, in("broken.zip"))});
-    EXPECT_EQ(results[1].title, "good.zip");
-    EXPECT_TRUE(results[1].errors.items.isEmpty());
-    EXPECT_EQ(snapshot(out()), extracted("good"));
-}
-
-TEST_F(UnArchiveJobTest, ApplicationStartedToOpenItemsQuitsAfterTheResults)
-{
-    const QString archive = makeArchive(in("photos.zip"));
-    freezeInputs();
-    services.host.reserve = true;
-    RKUnArchiveProfileSetting fixed = profile(0);
-    fixed.saveStaticFolderPath = out();
-
-    EXPECT_EQ(runJob(makeJob("SingleStaticFolder", {archive}, fixed)), 1);
-
-    EXPECT_EQ(services.host.results.shown.size(), 1);
-    EXPECT_EQ(services.host.terminateCalls, 1);
-}
-
-TEST_F(UnArchiveJobTest, SingleClassExtractsOnlyTheFirstItem)
-{
-    const QString first = makeArchive(in("first.zip"));
-    const QString second = makeArchive(in("second.zip"));
-    freezeInputs();
-    RKUnArchiveProfileSetting fixed = profile(1);
-    fixed.saveStaticFolderPath = out();
-
-    EXPECT_EQ(runJob(makeJob("SingleStaticFolder", {first, second}, fixed)), 1);
-
-    EXPECT_EQ(snapshot(out()), extracted("first"));
-    EXPECT_EQ(onlyResults().size(), 1);
+    EXPECT_EQ(results(), (QStringList{"broken.zip | " + out("not/yet") + " | 1", "good.zip | " + out("not/yet") + " | 0"}));
+    EXPECT_EQ(services.host.results.shown.value(0).value(0).errors.items.value(0),
+              RQError::initWithUnArchiverErrorCode(2, in("broken.zip")));
+    EXPECT_EQ(snapshot(out()), (QStringList{"not/", "not/yet/", "not/yet/good/", "not/yet/good/a.txt=data"}));
 }
 
 // The factory "Win To Mac" profile on an archive as Windows writes it.
 TEST_F(UnArchiveJobTest, WindowsArchiveWithTheFactoryWinToMacProfile)
 {
-    writeRawNameArchive(in("資料.zip"),
-                        {QByteArray::fromHex("93fa967b8cea83748348838b835f2f"),             // 日本語フォルダ/
-                         QByteArray::fromHex("93fa967b8cea83748348838b835f2f955c2e747874"), // …/表.txt
-                         QByteArray("Thumbs.db"), QByteArray("desktop.ini")});
+    writeRawNameArchive(in("資料.zip"), {QByteArray::fromHex("93fa967b8cea83748348838b835f2f"), // 日本語フォルダ/
+                                         QByteArray::fromHex("93fa967b8cea83748348838b835f2f955c2e747874"), // 表.txt (0x5C trail)
+                                         QByteArray::fromHex("8160874081612e747874"), // ～①∥.txt
+                                         QByteArray::fromHex("b6c0b6c5"),              // ｶﾀｶﾅ
+                                         "Thumbs.db", "desktop.ini"});
     freezeInputs();
-    const RKSetting factory;
-    const RKUnArchiveProfileSetting winToMac = factory.unArchiveProfiles.value(0);
+    const RKUnArchiveProfileSetting winToMac = RKSetting().unArchiveProfiles.value(0);
     ASSERT_EQ(winToMac.profileName, "Win To Mac");
     services.panels.script({out()});
 
-    EXPECT_EQ(runJob(makeJob("SingleAnyTime", {in("資料.zip")}, winToMac)), 1);
+    EXPECT_EQ(runJob("SingleAnyTime", {in("資料.zip")}, winToMac), 1);
 
-    EXPECT_EQ(snapshot(out()),
-              (QStringList{"資料/", "資料/日本語フォルダ/", "資料/日本語フォルダ/表.txt=1"}));
-    EXPECT_TRUE(onlyResults().value(0).errors.items.isEmpty());
+    QStringList expected{"資料/", "資料/日本語フォルダ/", "資料/日本語フォルダ/表.txt=1", "資料/～①∥.txt=2", "資料/ｶﾀｶﾅ=3"};
+    expected.sort();
+    EXPECT_EQ(snapshot(out()), expected);
+    EXPECT_EQ(results(), QStringList{"資料.zip | " + out() + " | 0"});
 }
 
 } // namespace
