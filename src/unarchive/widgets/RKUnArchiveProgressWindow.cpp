@@ -160,6 +160,10 @@ void RKUnArchiveProgressWindow::reject()
 
 void RKUnArchiveProgressWindow::closeEvent(QCloseEvent* event)
 {
+    if (!unArchiver) {
+        QDialog::closeEvent(event); // no run: nothing to stop
+        return;
+    }
     event->ignore();
     btnCancelTouchUpInside();
 }
