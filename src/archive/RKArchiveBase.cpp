@@ -10,6 +10,7 @@
 #include "settings/RKSetting.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QTimer>
 
@@ -208,13 +209,14 @@ std::vector<RKFile> RKArchiveBase::expandFullItems(const QStringList& paths) con
 
 void RKArchiveBase::searchChildFiles(RKFile& node) const
 {
+    node.setIsFolder(QFileInfo(node.filePath()).isDir());
     QStringList foldersOnTheWay;
     searchChildFiles(node, foldersOnTheWay);
 }
 
 void RKArchiveBase::searchChildFiles(RKFile& node, QStringList& foldersOnTheWay) const
 {
-    node.setIsFolder(QFileInfo(node.filePath()).isDir());
+    // The node's folder test was made when it was created, a moment ago.
     if (!node.isFolder()) {
         return;
     }
@@ -224,14 +226,18 @@ void RKArchiveBase::searchChildFiles(RKFile& node, QStringList& foldersOnTheWay)
     if (canonical.isEmpty() || foldersOnTheWay.contains(canonical)) {
         return;
     }
-    const QStringList names = QDir(node.filePath())
-        .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                   QDir::Unsorted);
     foldersOnTheWay.append(canonical);
-    node.child().reserve(names.size());
-    for (const QString& name : names) {
-        node.child().emplace_back(joined(node.filePath(), name));
-        searchChildFiles(node.child().back(), foldersOnTheWay);
+    // Listing order as the file system gives it; the listing's own file
+    // types spare a second look at every entry (links are still followed).
+    QDirIterator entries(node.filePath(),
+                         QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    while (entries.hasNext()) {
+        entries.next();
+        node.child().emplace_back(joined(node.filePath(), entries.fileName()),
+                                  entries.fileInfo().isDir());
+    }
+    for (RKFile& child : node.child()) {
+        searchChildFiles(child, foldersOnTheWay);
     }
     foldersOnTheWay.removeLast();
 }

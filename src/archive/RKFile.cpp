@@ -7,3 +7,9 @@ RKFile::RKFile(const QString& filePath)
     , m_isFolder(QFileInfo(filePath).isDir())
 {
 }
+
+RKFile::RKFile(const QString& filePath, bool isFolder)
+    : m_filePath(filePath)
+    , m_isFolder(isFolder)
+{
+}

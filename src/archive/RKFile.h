@@ -13,6 +13,8 @@ public:
     // Stores the path and asks the file system whether a folder is there
     // (symbolic links followed). The node starts without children, selected.
     explicit RKFile(const QString& filePath);
+    // For a path whose folder test was already made (a folder listing).
+    RKFile(const QString& filePath, bool isFolder);
 
     const QString& filePath() const { return m_filePath; }
 
