@@ -1,19 +1,120 @@
+#include "app/RKSingleInstance.h"
+#include "app/widgets/RKAppDelegate.h"
+#include "app/widgets/RKAppPasswordPrompt.h"
+#include "app/widgets/RKLogoImageView.h"
+#include "app/widgets/RKTopWindow.h"
 #include "platform/RKAppInfo.h"
-#include "settings/RKSetting.h"
+#include "platform/RKPanelService.h"
+#include "settings/RKPasswordPrompt.h"
+#include "ui/RKQtPanelService.h"
+#include "ui/RKTranslations.h"
 
 #include <QApplication>
-#include <QMainWindow>
+#include <QDir>
+#include <QTextStream>
+
+#include <cstdio>
+
+namespace {
+
+// With MOKUZA_TEST_HOOKS set, the application reports on stdout what reached
+// it, so that tests can drive two real processes against each other.
+class TestHooks
+{
+public:
+    TestHooks()
+        : m_enabled(!qEnvironmentVariableIsEmpty("MOKUZA_TEST_HOOKS"))
+    {
+    }
+
+    void report(const QString& event, const QStringList& values = {}) const
+    {
+        if (!m_enabled) {
+            return;
+        }
+        QStringList fields{event};
+        fields += values;
+        std::fputs(fields.join(QLatin1Char('\t')).toUtf8().append('\n').constData(), stdout);
+        std::fflush(stdout);
+    }
+
+private:
+    bool m_enabled;
+};
+
+void bringToFront(QWidget* window)
+{
+    window->show();
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    window->raise();
+    window->activateWindow();
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
     QApplication::setOrganizationName(RKAppInfo::organizationName());
     QApplication::setApplicationName(RKAppInfo::applicationName());
-    // A first run stores the factory profiles.
-    RKSetting::Setting();
-    QMainWindow window;
-    window.setWindowTitle(RKAppInfo::applicationTitle());
-    window.resize(480, 360);
-    window.show();
-    return app.exec();
+    QApplication::setDesktopFileName(QStringLiteral("mokuza-full"));
+    QApplication::setWindowIcon(RKLogoImageView::appIconFULL());
+    const TestHooks hooks;
+
+    // Items given on the command line are the open-files request; relative
+    // paths mean the caller's working folder, which a running instance
+    // does not share.
+    const QStringList paths =
+        RKSingleInstance::absolutePaths(QCoreApplication::arguments().mid(1), QDir::currentPath());
+
+    RKSingleInstance instance;
+    switch (instance.start(paths)) {
+    case RKSingleInstance::Role::HandedOff:
+        hooks.report(QStringLiteral("handed-off"), paths);
+        return 0;
+    case RKSingleInstance::Role::NoAnswer:
+        std::fputs("MOKUZA-FULL: the running instance did not take the items\n", stderr);
+        return 1;
+    case RKSingleInstance::Role::Primary:
+        break;
+    }
+
+    RKTranslations::install(app);
+    RKQtPanelService panels;
+    RKPanelService::setCurrent(&panels);
+    RKAppPasswordPrompt passwordPrompt;
+    RKPasswordPrompt::setCurrent(&passwordPrompt);
+
+    int exitCode = 0;
+    {
+        RKAppDelegate delegate;
+        QApplication::setQuitOnLastWindowClosed(
+            delegate.applicationShouldTerminateAfterLastWindowClosed());
+        QObject::connect(&instance, &RKSingleInstance::openFilesRequested, &delegate,
+                         [&delegate, &hooks](const QStringList& handedPaths) {
+                             hooks.report(QStringLiteral("open-files"), handedPaths);
+                             if (handedPaths.isEmpty()) {
+                                 bringToFront(delegate.window());
+                             } else {
+                                 delegate.applicationOpenFiles(handedPaths);
+                             }
+                         });
+        QObject::connect(&delegate, &RKAppDelegate::jobStarted, &delegate,
+                         [&hooks] { hooks.report(QStringLiteral("job-started")); });
+        QObject::connect(&delegate, &RKAppDelegate::jobFinished, &delegate,
+                         [&hooks] { hooks.report(QStringLiteral("job-finished")); });
+
+        delegate.window()->show();
+        if (!paths.isEmpty()) {
+            hooks.report(QStringLiteral("open-files"), paths);
+            delegate.applicationOpenFiles(paths);
+        }
+        delegate.applicationDidFinishLaunching();
+        hooks.report(QStringLiteral("ready"), {instance.serverName()});
+        exitCode = QApplication::exec();
+    }
+
+    RKPasswordPrompt::setCurrent(nullptr);
+    RKPanelService::setCurrent(nullptr);
+    return exitCode;
 }

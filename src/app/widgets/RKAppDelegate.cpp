@@ -1,0 +1,346 @@
+#include "app/widgets/RKAppDelegate.h"
+
+#include "app/RKDispatch.h"
+#include "app/widgets/RKHelpLauncher.h"
+#include "app/widgets/RKTopView.h"
+#include "app/widgets/RKTopWindow.h"
+#include "archive/RKArchiveMultiAnyTime.h"
+#include "archive/RKArchiveMultiSameSource.h"
+#include "archive/RKArchiveMultiStaticFolder.h"
+#include "archive/RKArchiveSingleAnyTime.h"
+#include "archive/RKArchiveSingleSameSource.h"
+#include "archive/RKArchiveSingleStaticFolder.h"
+#include "archive/widgets/RKProgressWindow.h"
+#include "platform/RKAppInfo.h"
+#include "results/widgets/RKProcessResultWindow.h"
+#include "settings/RKPasswordProvider.h"
+#include "settings/RKSetting.h"
+#include "unarchive/RKUnArchiveMultiAnyTime.h"
+#include "unarchive/RKUnArchiveMultiSameSource.h"
+#include "unarchive/RKUnArchiveMultiStaticFolder.h"
+#include "unarchive/RKUnArchiveSingleAnyTime.h"
+#include "unarchive/RKUnArchiveSingleSameSource.h"
+#include "unarchive/RKUnArchiveSingleStaticFolder.h"
+#include "unarchive/widgets/RKUnArchiveProgressWindow.h"
+
+#include <QCoreApplication>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+
+namespace {
+
+template <typename Job, typename Profile>
+std::shared_ptr<Job> makeJob(const QStringList& paths, const Profile& profile, QObject* window)
+{
+    return std::make_shared<Job>(paths, profile, window);
+}
+
+std::shared_ptr<RKArchiveBase> makeArchiveJob(RKDispatch::ArchiveJobClass jobClass,
+                                              const QStringList& paths,
+                                              const RKProfileSetting& profile, QObject* window)
+{
+    using C = RKDispatch::ArchiveJobClass;
+    switch (jobClass) {
+    case C::SingleAnyTime:
+        return makeJob<RKArchiveSingleAnyTime>(paths, profile, window);
+    case C::SingleSameSource:
+        return makeJob<RKArchiveSingleSameSource>(paths, profile, window);
+    case C::SingleStaticFolder:
+        return makeJob<RKArchiveSingleStaticFolder>(paths, profile, window);
+    case C::MultiAnyTime:
+        return makeJob<RKArchiveMultiAnyTime>(paths, profile, window);
+    case C::MultiSameSource:
+        return makeJob<RKArchiveMultiSameSource>(paths, profile, window);
+    case C::MultiStaticFolder:
+        return makeJob<RKArchiveMultiStaticFolder>(paths, profile, window);
+    case C::None:
+        break;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<RKUnArchiveBase> makeUnArchiveJob(RKDispatch::UnArchiveJobClass jobClass,
+                                                  const QStringList& paths,
+                                                  const RKUnArchiveProfileSetting& profile,
+                                                  QObject* window)
+{
+    using C = RKDispatch::UnArchiveJobClass;
+    switch (jobClass) {
+    case C::SingleAnyTime:
+        return makeJob<RKUnArchiveSingleAnyTime>(paths, profile, window);
+    case C::SingleSameSource:
+        return makeJob<RKUnArchiveSingleSameSource>(paths, profile, window);
+    case C::SingleStaticFolder:
+        return makeJob<RKUnArchiveSingleStaticFolder>(paths, profile, window);
+    case C::MultiAnyTime:
+        return makeJob<RKUnArchiveMultiAnyTime>(paths, profile, window);
+    case C::MultiSameSource:
+        return makeJob<RKUnArchiveMultiSameSource>(paths, profile, window);
+    case C::MultiStaticFolder:
+        return makeJob<RKUnArchiveMultiStaticFolder>(paths, profile, window);
+    case C::None:
+        break;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+RKAppDelegate::RKAppDelegate(QObject* parent)
+    : QObject(parent)
+{
+    // A first run stores the factory profiles before any request is handled.
+    RKSetting::Setting();
+    m_window = std::make_unique<RKTopWindow>(this);
+    m_terminateAction = [] {
+        // Queued, so that it also works before the event loop has started.
+        QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
+                                  Qt::QueuedConnection);
+    };
+    m_previousHost = RKJobHost::current();
+    RKJobHost::setCurrent(this);
+}
+
+RKAppDelegate::~RKAppDelegate()
+{
+    if (RKJobHost::current() == this) {
+        RKJobHost::setCurrent(m_previousHost);
+    }
+    m_archiver.reset();
+    m_unArchiver.reset();
+}
+
+QObject* RKAppDelegate::mainWindow()
+{
+    return m_window.get();
+}
+
+RKArchiveRunner* RKAppDelegate::progressWindow()
+{
+    if (m_progressWindow == nullptr) {
+        m_progressWindow = new RKProgressWindow(m_window.get());
+    }
+    return m_progressWindow;
+}
+
+RKUnArchiveRunner* RKAppDelegate::unArchveProgressWindow()
+{
+    if (m_unArchveProgressWindow == nullptr) {
+        m_unArchveProgressWindow = new RKUnArchiveProgressWindow(m_window.get());
+    }
+    return m_unArchveProgressWindow;
+}
+
+RKResultDisplay* RKAppDelegate::processResultWindow()
+{
+    if (m_processResultWindow == nullptr) {
+        m_processResultWindow = new RKProcessResultWindow(m_window.get());
+    }
+    return m_processResultWindow;
+}
+
+void RKAppDelegate::setTerminateAction(std::function<void()> action)
+{
+    m_terminateAction = std::move(action);
+}
+
+void RKAppDelegate::terminate()
+{
+    m_exitRequested = true;
+    terminateIfIdle();
+}
+
+void RKAppDelegate::terminateIfIdle()
+{
+    // A job asks to end the application before it reports that it has
+    // finished, and items handed over by a later start may be waiting: the
+    // application ends only when all of that is done.
+    if (!m_exitRequested || m_terminated || m_jobRunning || !m_pending.isEmpty()) {
+        return;
+    }
+    m_terminated = true;
+    if (m_terminateAction) {
+        m_terminateAction();
+    }
+}
+
+void RKAppDelegate::applicationOpenFiles(const QStringList& paths)
+{
+    m_isDockProcessing = true;
+    const RKSetting setting = RKSetting::Setting();
+    switch (checkItems(paths)) {
+    case RKDispatch::ItemKindCompress:
+        if (const auto profile = setting.archiveProfileWithID(setting.finderDragArchiveProfileID)) {
+            doArchive(paths, *profile);
+        }
+        break;
+    case RKDispatch::ItemKindExtract:
+        if (const auto profile =
+                setting.unArchiveProfileWithID(setting.finderDragUnArchiveProfileID)) {
+            doUnArchive(paths, *profile);
+        }
+        break;
+    default:
+        showMixedItemsAlert(true);
+        break;
+    }
+}
+
+void RKAppDelegate::applicationDidFinishLaunching()
+{
+    if (m_isDockProcessing) {
+        m_reserveExit = true;
+    }
+}
+
+qint32 RKAppDelegate::checkItems(const QStringList& paths) const
+{
+    return RKDispatch::checkItems(paths);
+}
+
+void RKAppDelegate::showMixedItemsAlert(bool terminateAfterwards)
+{
+    auto* alert = new QMessageBox(m_window.get());
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->setObjectName(QStringLiteral("mixedItemsAlert"));
+    alert->setIcon(QMessageBox::Warning);
+    alert->setWindowTitle(RKAppInfo::applicationTitle());
+    alert->setText(QString::fromUtf16(u"エラー"));
+    alert->setInformativeText(QString::fromUtf16(u"圧縮対象と解凍対象が混在しています"));
+    alert->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
+    alert->setWindowModality(Qt::WindowModal);
+    if (terminateAfterwards) {
+        connect(alert, &QMessageBox::finished, this, [this] { terminate(); });
+    }
+    alert->open();
+}
+
+void RKAppDelegate::doArchive(const QStringList& paths, const RKProfileSetting& profile)
+{
+    Request request;
+    request.archive = true;
+    request.paths = paths;
+    request.archiveProfile = profile;
+    enqueue(std::move(request));
+}
+
+void RKAppDelegate::doUnArchive(const QStringList& paths, const RKUnArchiveProfileSetting& profile)
+{
+    Request request;
+    request.archive = false;
+    request.paths = paths;
+    request.unArchiveProfile = profile;
+    enqueue(std::move(request));
+}
+
+void RKAppDelegate::enqueue(Request request)
+{
+    m_pending.append(std::move(request));
+    scheduleNextRequest();
+}
+
+void RKAppDelegate::scheduleNextRequest()
+{
+    // The set-up runs on a later turn of the main loop, so that the drop or
+    // the open-files call returns before any panel or window of the job.
+    if (m_jobRunning || m_nextScheduled || m_pending.isEmpty()) {
+        return;
+    }
+    m_nextScheduled = true;
+    QTimer::singleShot(0, this, [this] {
+        m_nextScheduled = false;
+        runNextRequest();
+    });
+}
+
+void RKAppDelegate::runNextRequest()
+{
+    if (m_jobRunning || m_pending.isEmpty()) {
+        return;
+    }
+    const Request request = m_pending.takeFirst();
+    const bool started = request.archive
+        ? innerDoArchive(request.paths, request.archiveProfile)
+        : innerDoUnArchive(request.paths, request.unArchiveProfile);
+    if (!started) {
+        emit requestDropped();
+        scheduleNextRequest();
+        terminateIfIdle();
+    }
+}
+
+bool RKAppDelegate::innerDoArchive(const QStringList& paths, const RKProfileSetting& profile)
+{
+    const RKSetting setting = RKSetting::Setting();
+    const bool passwordHeld = RKDispatch::passwordCombinationHeld(setting);
+    const RKProfileSetting chosen =
+        RKDispatch::heldArchiveProfile(setting.archiveProfiles).value_or(profile);
+    RKProfileSetting copy = chosen.copy();
+    if (passwordHeld) {
+        // The typed text becomes a fixed template for this job only; the
+        // stored profile keeps its own password mode.
+        copy.password = RKPasswordProvider::showPasswordDialog(m_window.get(), chosen);
+        copy.passMode = RKProfileSetting::PassModeStatic;
+    }
+    const auto jobClass =
+        RKDispatch::archiveJobClass(paths.size(), copy.archiveMode, copy.saveLocation);
+    std::shared_ptr<RKArchiveBase> job = makeArchiveJob(jobClass, paths, copy, m_window.get());
+    if (!job) {
+        return false;
+    }
+    m_archiver = job;
+    m_jobRunning = true;
+    connect(job.get(), &RKArchiveBase::finished, this, &RKAppDelegate::onJobFinished);
+    emit jobStarted();
+    job->startProcess();
+    return true;
+}
+
+bool RKAppDelegate::innerDoUnArchive(const QStringList& paths,
+                                     const RKUnArchiveProfileSetting& profile)
+{
+    const RKSetting setting = RKSetting::Setting();
+    const RKUnArchiveProfileSetting chosen =
+        RKDispatch::heldUnArchiveProfile(setting.unArchiveProfiles).value_or(profile);
+    const auto jobClass = RKDispatch::unArchiveJobClass(paths.size(), chosen.saveLocation);
+    std::shared_ptr<RKUnArchiveBase> job =
+        makeUnArchiveJob(jobClass, paths, chosen, m_window.get());
+    if (!job) {
+        return false;
+    }
+    m_unArchiver = job;
+    m_jobRunning = true;
+    connect(job.get(), &RKUnArchiveBase::finished, this, &RKAppDelegate::onJobFinished);
+    emit jobStarted();
+    job->startProcess();
+    return true;
+}
+
+void RKAppDelegate::onJobFinished()
+{
+    m_jobRunning = false;
+    emit jobFinished();
+    scheduleNextRequest();
+    terminateIfIdle();
+}
+
+void RKAppDelegate::doPrefernces()
+{
+    QMessageBox box(m_window.get());
+    box.setWindowTitle(RKAppInfo::applicationTitle());
+    box.setIcon(QMessageBox::Information);
+    box.setText(QString::fromUtf16(u"環境設定はまだ利用できません。"));
+    box.setInformativeText(
+        QString::fromUtf16(u"プロファイルは起動時に用意された既定のものを使います。"));
+    box.addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
+    box.exec();
+    // The lists may have changed meanwhile: show them again, keeping what
+    // each pop-up showed.
+    m_window->topView()->reloadProfilePopUps();
+}
+
+void RKAppDelegate::doHelp()
+{
+    RKHelpLauncher::openHelpPage(m_window.get());
+}

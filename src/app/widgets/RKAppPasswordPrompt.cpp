@@ -1,0 +1,16 @@
+#include "app/widgets/RKAppPasswordPrompt.h"
+
+#include "ui/RKPasswordWindow.h"
+#include "unarchive/widgets/RKUnArchivePasswordWindow.h"
+
+#include <QWidget>
+
+QString RKAppPasswordPrompt::showPasswordDialog(QObject* window, const RKProfileSetting& profile)
+{
+    return RKPasswordWindow::runModal(qobject_cast<QWidget*>(window), profile);
+}
+
+QString RKAppPasswordPrompt::askUnArchivePassword(QObject* runnerWindow)
+{
+    return RKUnArchivePasswordWindow::runModal(qobject_cast<QWidget*>(runnerWindow));
+}
