@@ -2,6 +2,7 @@
 
 #include "platform/RKStringEncoding.h"
 #include "zip/ZipOutputFolder.h"
+#include "zip/ZipReadDevice.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -157,10 +158,10 @@ time_t dosDateToTime(uLong dosDate)
 
 // Only an end record at the very start: an archive without entries, perhaps
 // with a comment.
-bool isEmptyArchive(QFile& device)
+bool isEmptyArchive(const QString& path, ZipReadDevice& device)
 {
     // The container closes the device when it refuses it.
-    if (!device.isOpen() && !device.open(QIODevice::ReadOnly)) {
+    if (!device.isOpen() && !device.openFile(path)) {
         return false;
     }
     const qint64 size = device.size();
@@ -221,7 +222,7 @@ struct ZipArchive::Private {
     std::vector<char> writeBuffer;
 
     // Reading.
-    std::unique_ptr<QFile> readDevice;
+    std::unique_ptr<ZipReadDevice> readDevice;
     QHash<QByteArray, unz64_file_pos> index;
     bool indexComplete = false;
     // An archive without entries, which the container refuses to open.
@@ -606,13 +607,13 @@ bool ZipArchive::UnzipOpenFile(const QString& path)
     d->resetIndex();
     d->output.close();
 
-    auto device = std::make_unique<QFile>(path);
-    if (!device->open(QIODevice::ReadOnly)) {
+    auto device = std::make_unique<ZipReadDevice>();
+    if (!device->openFile(path)) {
         return false;
     }
     d->_unzFile = unzOpen64(device.get());
     if (!d->_unzFile) {
-        d->openEmpty = isEmptyArchive(*device);
+        d->openEmpty = isEmptyArchive(path, *device);
         if (d->openEmpty) {
             syslog(LOG_NOTICE, "%lu entries in the zip file", 0UL);
         }

@@ -5,6 +5,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QRandomGenerator>
 
 using TestEnvironment::listTree;
 using TestEnvironment::readFile;
@@ -143,6 +145,32 @@ TEST_F(UnArchiverFrontEnd, RoundTripOfFilesAndFolders)
     EXPECT_EQ(listTree(dest), (QStringList { QStringLiteral("top/"), QStringLiteral("top/sub/"),
                                              QStringLiteral("top/sub/a.txt") }));
     EXPECT_EQ(readFile(dest + QStringLiteral("/top/sub/a.txt")), QByteArray("alpha"));
+}
+
+TEST_F(UnArchiverFrontEnd, RoundTripOfAnArchiveLargerThanTheReadBlocks)
+{
+    // Many entries and incompressible data, so that headers, names and data
+    // straddle every boundary of the reader's blocks.
+    QStringList contents { folder(QStringLiteral("src/many/")) };
+    QRandomGenerator generator(5);
+    for (int i = 0; i < 400; ++i) {
+        QByteArray data(int(generator.bounded(1, 3000)), Qt::Uninitialized);
+        for (char& c : data) {
+            c = char(generator.bounded(256));
+        }
+        contents << file(QStringLiteral("src/many/f%1.bin").arg(i), data);
+    }
+    contents << file(QStringLiteral("src/many/big.bin"), QByteArray(300000, 'z'));
+    const QString zip = path(QStringLiteral("out.zip"));
+    archive(zip, contents, QString(), 0, 4);
+    ASSERT_GT(QFileInfo(zip).size(), 4 * 65536);
+    const QString dest = path(QStringLiteral("dest"));
+    const QStringList notices = extract(zip, dest);
+    EXPECT_FALSE(notices.join(QLatin1Char('\n')).contains(QStringLiteral("error")));
+    for (const QString& source : contents.mid(1)) {
+        const QString copy = dest + QStringLiteral("/many/") + QFileInfo(source).fileName();
+        ASSERT_EQ(readFile(copy), readFile(source)) << copy.toStdString();
+    }
 }
 
 TEST_F(UnArchiverFrontEnd, NotAnArchiveIsCodeTwoThenFinished)
