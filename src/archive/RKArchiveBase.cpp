@@ -332,7 +332,7 @@ void RKArchiveBase::subURL(const QString& url, Continuation continuation)
                 lastPathComponent(url) + QStringLiteral("の保存先を選択して下さい。");
             location = showModalSavePanel(m_window, RKAppInfo::applicationTitle(), message,
                                           proposal, {QStringLiteral("zip")});
-            if (location.isNull()) {
+            if (location.isEmpty()) {
                 stopProcess();
                 return;
             }

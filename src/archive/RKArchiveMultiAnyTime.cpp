@@ -23,7 +23,7 @@ void RKArchiveMultiAnyTime::checkSaveUrl()
     for (;;) {
         const QString answer = showModalSavePanel(window(), RKAppInfo::applicationTitle(),
                                                   message, proposal, {QStringLiteral("zip")});
-        if (answer.isNull()) {
+        if (answer.isEmpty()) {
             stopProcess();
             return;
         }

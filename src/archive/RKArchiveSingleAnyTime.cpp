@@ -9,7 +9,7 @@ void RKArchiveSingleAnyTime::prepareSavePaths()
     const QString message = lastPathComponent(item) + QStringLiteral(" の保存先を選択して下さい。");
     const QString answer = showModalSavePanel(window(), RKAppInfo::applicationTitle(), message,
                                               item, {QStringLiteral("zip")});
-    if (answer.isNull()) {
+    if (answer.isEmpty()) {
         stopProcess();
         return;
     }

@@ -199,21 +199,17 @@ TEST_F(RunnerJob, CancelledSecondArchiveEndsOnlyItself)
     EXPECT_EQ(notified, absolute(dir.path(), {"out/one.zip", "out/three.zip"}));
 }
 
-// Asks like the scripted prompt, noting where the runner stood at each ask.
-class ObservingPrompt : public ScriptedPasswordPrompt
-{
-public:
+// Asks like the scripted prompt, noting where the runner stood at each ask:
+// over it and visible, with how many archives were already done.
+struct ObservingPrompt : ScriptedPasswordPrompt {
     QString showPasswordDialog(QObject* window, const RKProfileSetting& p) override
     {
-        overVisibleRunner.append(window == runner && runner->isVisible());
-        archivesNotifiedBefore.append(notifier->delivered().size());
+        seen.append({window == runner && runner->isVisible(), int(notifier->delivered().size())});
         return ScriptedPasswordPrompt::showPasswordDialog(window, p);
     }
-
-    QWidget* runner = nullptr;
-    CapturingNotifier* notifier = nullptr;
-    QList<bool> overVisibleRunner;
-    QList<qsizetype> archivesNotifiedBefore;
+    QWidget* runner;
+    CapturingNotifier* notifier;
+    QList<QPair<bool, int>> seen;
 };
 
 TEST_F(RunnerJob, AsksThePasswordOverTheRunnerBeforeEveryArchive)
@@ -223,15 +219,14 @@ TEST_F(RunnerJob, AsksThePasswordOverTheRunnerBeforeEveryArchive)
     prompt.runner = &runner;
     prompt.notifier = &services.notifier;
     prompt.archiveAnswers = {"p1", "p2", "p3"};
-    RKPasswordPrompt::setCurrent(&prompt);
+    RKPasswordPrompt::setCurrent(&prompt); // put back by the fixture's services
     profile.passMode = RKProfileSetting::PassModeAnytime;
 
     ASSERT_EQ(runJob(makeJob("MultiStaticFolder", absolute(dir.path(), {"a.txt", "b.txt", "c.txt"}),
                              profile)),
               1);
 
-    EXPECT_EQ(prompt.overVisibleRunner, QList<bool>({true, true, true}));
-    EXPECT_EQ(prompt.archivesNotifiedBefore, QList<qsizetype>({0, 1, 2}));
+    EXPECT_EQ(prompt.seen, (QList<QPair<bool, int>>{{true, 0}, {true, 1}, {true, 2}}));
     ASSERT_EQ(services.host.results.shown.size(), 1);
     const auto& results = services.host.results.shown.front();
     ASSERT_EQ(results.size(), 3);
@@ -262,28 +257,14 @@ TEST_F(RunnerJob, JobOutlivesItsOwnerWhileItsRunnerIsUp)
     EXPECT_TRUE(TestEnvironment::waitFor([&] { return watched.isNull(); }));
 }
 
-struct ShowCase {
-    const char* name;
-    QList<bool> stored; // passwordShow of stored profiles with the job's ID, in list order
-    bool shown;
-};
-
-class ResultPassword : public RunnerJob, public ::testing::WithParamInterface<ShowCase> {};
-
-TEST_P(ResultPassword, IsShownAsTheLastStoredProfileWithTheJobsIdSays)
+TEST_F(RunnerJob, ResultShowsThePasswordAsTheLastStoredProfileWithTheJobsIdSays)
 {
     makeTree(dir.path(), {"a.txt"});
     profile.passMode = RKProfileSetting::PassModeStatic;
     profile.password = "secret";
-    profile.passwordShow = !GetParam().shown; // the job's copy does not count
     RKSetting setting = RKSetting::Setting();
-    setting.archiveProfiles.clear();
-    for (bool show : GetParam().stored) {
-        RKProfileSetting stored = profile;
-        stored.passwordShow = show;
-        setting.archiveProfiles.append(stored);
-    }
-    setting.archiveProfiles.append(RKProfileSetting::DefaultSetting()); // another ID
+    setting.archiveProfiles = {profile, profile, RKProfileSetting::DefaultSetting()};
+    setting.archiveProfiles[1].passwordShow = true; // the job's copy says false
     setting.commit();
     services.host.reserve = true;
 
@@ -292,16 +273,10 @@ TEST_P(ResultPassword, IsShownAsTheLastStoredProfileWithTheJobsIdSays)
     ASSERT_EQ(services.host.results.shown.size(), 1);
     const auto& password = services.host.results.shown.front().front().password;
     EXPECT_EQ(password.stringValue, "secret");
-    EXPECT_EQ(password.showPassword, GetParam().shown);
+    EXPECT_TRUE(password.showPassword);
     EXPECT_EQ(zipEntries(dir.filePath("out/a.zip"), "secret"), QStringList{"a.txt"});
     // Started to open items: the application quits once the results are closed.
     EXPECT_EQ(services.host.terminateCalls, 1);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Results, ResultPassword,
-    ::testing::Values(ShowCase{"NoStoredProfile", {}, false}, ShowCase{"StoredShows", {true}, true},
-                      ShowCase{"LastOfTwoWithTheSameIdDecides", {true, false}, false}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace

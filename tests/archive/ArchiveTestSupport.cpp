@@ -53,24 +53,16 @@ QStringList absolute(const QString& root, const QStringList& relative)
 std::shared_ptr<RKArchiveBase> makeJob(const QString& jobClass, const QStringList& items,
                                        const RKProfileSetting& profile, QObject* window)
 {
-    if (jobClass == QLatin1String("SingleAnyTime")) {
-        return std::make_shared<RKArchiveSingleAnyTime>(items, profile, window);
-    }
-    if (jobClass == QLatin1String("SingleSameSource")) {
-        return std::make_shared<RKArchiveSingleSameSource>(items, profile, window);
-    }
-    if (jobClass == QLatin1String("SingleStaticFolder")) {
-        return std::make_shared<RKArchiveSingleStaticFolder>(items, profile, window);
-    }
-    if (jobClass == QLatin1String("MultiAnyTime")) {
-        return std::make_shared<RKArchiveMultiAnyTime>(items, profile, window);
-    }
-    if (jobClass == QLatin1String("MultiSameSource")) {
-        return std::make_shared<RKArchiveMultiSameSource>(items, profile, window);
-    }
-    if (jobClass == QLatin1String("MultiStaticFolder")) {
-        return std::make_shared<RKArchiveMultiStaticFolder>(items, profile, window);
-    }
+    const auto make = [&]<class Job>(Job*) -> std::shared_ptr<RKArchiveBase> {
+        return std::make_shared<Job>(items, profile, window);
+    };
+    const QString name = QStringLiteral("RKArchive") + jobClass;
+    if (name == "RKArchiveSingleAnyTime") return make((RKArchiveSingleAnyTime*)nullptr);
+    if (name == "RKArchiveSingleSameSource") return make((RKArchiveSingleSameSource*)nullptr);
+    if (name == "RKArchiveSingleStaticFolder") return make((RKArchiveSingleStaticFolder*)nullptr);
+    if (name == "RKArchiveMultiAnyTime") return make((RKArchiveMultiAnyTime*)nullptr);
+    if (name == "RKArchiveMultiSameSource") return make((RKArchiveMultiSameSource*)nullptr);
+    if (name == "RKArchiveMultiStaticFolder") return make((RKArchiveMultiStaticFolder*)nullptr);
     return nullptr;
 }
 
