@@ -180,18 +180,6 @@ INSTANTIATE_TEST_SUITE_P(
         JobClassRow{"TwoZipsFixed", {"a.zip", "b.zip"}, 0, 2, "RKUnArchiveMultiStaticFolder"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(AppDelegateTest, ValuesOutsideTheTableStartNoJob)
-{
-    editSettings([](RKSetting& s) { s.archiveProfiles[0].saveLocation = 7; });
-    TestAppDelegate& app = start();
-    int dropped = 0;
-    QObject::connect(&app, &RKAppDelegate::requestDropped, [&] { ++dropped; });
-    app.applicationOpenFiles({makeFile(QStringLiteral("a.txt"))});
-    ASSERT_TRUE(app.waitUntilIdle());
-    EXPECT_FALSE(app.archiver());
-    EXPECT_EQ(dropped, 1);
-}
-
 TEST_F(AppDelegateTest, FinderDragIdNamingNoProfileDropsTheRequestBeforeSamplingKeys)
 {
     editSettings([](RKSetting& s) {

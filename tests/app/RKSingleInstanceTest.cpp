@@ -11,12 +11,8 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-#include <QLocalSocket>
-
 #include <atomic>
 #include <thread>
-
-#include <unistd.h>
 
 namespace {
 
@@ -112,42 +108,6 @@ TEST_F(SingleInstanceTest, SocketLeftByAnEndedInstanceIsTakenOver)
     RKSingleInstance instance(serverName());
     EXPECT_EQ(instance.start({QStringLiteral("/tmp/a")}, 2000), RKSingleInstance::Role::Primary);
     EXPECT_TRUE(instance.isListening());
-}
-
-TEST_F(SingleInstanceTest, ForeignClientGetsNoAnswerAndChangesNothing)
-{
-    RKSingleInstance running(serverName());
-    ASSERT_EQ(running.start({}), RKSingleInstance::Role::Primary);
-    QSignalSpy requests(&running, &RKSingleInstance::openFilesRequested);
-
-    bool disconnected = false;
-    std::atomic<bool> done{false};
-    std::thread stranger([&] {
-        QLocalSocket socket;
-        socket.connectToServer(serverName());
-        if (socket.waitForConnected(5000)) {
-            socket.write("GET / HTTP/1.0\r\n\r\n");
-            socket.waitForBytesWritten(5000);
-            disconnected = !socket.waitForReadyRead(5000)
-                && socket.state() == QLocalSocket::UnconnectedState;
-        }
-        done = true;
-    });
-    EXPECT_TRUE(TestEnvironment::waitFor([&] { return done.load(); }));
-    stranger.join();
-    EXPECT_TRUE(disconnected);
-    EXPECT_EQ(requests.size(), 0);
-    EXPECT_EQ(startLater({QStringLiteral("/tmp/c")}), RKSingleInstance::Role::HandedOff);
-}
-
-TEST(SingleInstanceName, CarriesTheUserAndLivesInTheRuntimeFolder)
-{
-    const QString name = RKSingleInstance::defaultServerName();
-    EXPECT_TRUE(name.contains(QString::number(::getuid())));
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (!runtime.isEmpty() && QFileInfo(runtime).isDir()) {
-        EXPECT_TRUE(name.startsWith(runtime));
-    }
 }
 
 // --- two real processes ---------------------------------------------------------------
