@@ -18,6 +18,8 @@ PACKAGES=(
   xvfb xauth xdotool x11-utils dbus dbus-x11 python3 python3-dbus python3-gi gir1.2-glib-2.0
   # interop peers
   zip unzip p7zip-full libarchive-tools
+  # benchmarks (peak memory of a run)
+  time
   # looking at it: screenshots, Japanese glyphs, opening the help page
   imagemagick fonts-ipafont-gothic xdg-utils
 )

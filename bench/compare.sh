@@ -1,0 +1,151 @@
+#!/usr/bin/env bash
+# Times mokuza-engine against `zip -r -q -4` and `unzip -q` on the same data and
+# prints the ratios and the engine's peak memory.
+#
+#   bench/compare.sh                        20,000 small files, ~2 GB of large
+#                                           files, 100,000 tiny files
+#   MOKUZA_BENCH_QUICK=1 bench/compare.sh   a tenth of each corpus
+#
+# Environment:
+#   MOKUZA_BENCH_DIR   where corpus and outputs live (default /dev/shm/mokuza-bench;
+#                      the corpus is kept there for the next run)
+#   MOKUZA_BENCH_RUNS  timed runs of each tool per case (default 3; the median counts)
+#   MOKUZA_ENGINE      a built mokuza-engine (default: built in build/bench)
+#
+# Every case runs the two tools alternately (A B A B ...) after one untimed run
+# of each, so the page cache is warm and slow phases of the machine hit both.
+# Extraction goes to a new folder each time: creating many files right after
+# deleting many is several times slower on ext4, and that must not land on one
+# tool only. Ratios are engine / reference; the targets are in the last column.
+set -euo pipefail
+
+here=$(cd "$(dirname "$0")" && pwd)
+repo=$(dirname "$here")
+quick=${MOKUZA_BENCH_QUICK:-0}
+runs=${MOKUZA_BENCH_RUNS:-3}
+base=${MOKUZA_BENCH_DIR:-/dev/shm/mokuza-bench}
+
+if [ "$quick" != 0 ]; then
+  scale=quick small_count=2000 large_mb=200 tiny_small=1000 tiny_large=10000 huge_mb=460
+else
+  scale=full small_count=20000 large_mb=2048 tiny_small=10000 tiny_large=100000 huge_mb=4608
+fi
+
+for tool in zip unzip python3 /usr/bin/time; do
+  command -v "$tool" >/dev/null || { echo "compare.sh: $tool is missing (scripts/install-deps.sh)" >&2; exit 2; }
+done
+
+engine=${MOKUZA_ENGINE:-}
+if [ -z "$engine" ]; then
+  cmake -S "$repo" -B "$repo/build/bench" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+  cmake --build "$repo/build/bench" --target mokuza-engine >/dev/null
+  engine="$repo/build/bench/bench/mokuza-engine"
+fi
+
+corpus="$base/corpus-$scale"
+zips="$base/zips-$scale"
+work="$base/work"
+mkdir -p "$corpus" "$zips"
+rm -rf "$work"
+mkdir -p "$work"
+trap 'rm -rf "$work"' EXIT
+
+# --- corpus (deterministic; made once) --------------------------------------
+make_corpus() {
+  local name=$1; shift
+  if [ ! -e "$corpus/.$name.done" ]; then
+    echo "making corpus $name ..." >&2
+    rm -rf "${corpus:?}/$name"
+    "$@"
+    touch "$corpus/.$name.done"
+  fi
+}
+make_corpus small python3 "$here/corpus.py" small "$corpus/small" "$small_count"
+make_corpus large python3 "$here/corpus.py" large "$corpus/large" "$large_mb"
+make_corpus tiny-small python3 "$here/corpus.py" tiny "$corpus/tiny-small" "$tiny_small"
+make_corpus tiny-large python3 "$here/corpus.py" tiny "$corpus/tiny-large" "$tiny_large"
+# One file of zeros without data blocks: only the engine's memory is of interest.
+make_corpus huge bash -c "mkdir -p '$corpus/huge' && truncate -s ${huge_mb}M '$corpus/huge/huge.bin'"
+
+for name in small large tiny-small tiny-large; do
+  if [ ! -e "$zips/$name.zip" ]; then
+    (cd "$corpus" && zip -r -q -4 "$zips/$name.zip.part" "$name" && mv "$zips/$name.zip.part" "$zips/$name.zip")
+  fi
+done
+
+# --- timing -------------------------------------------------------------------
+# run_timed FILE CMD...: appends "seconds peak_kb" of one run to FILE.
+run_timed() {
+  local out=$1; shift
+  /usr/bin/time -f '%e %M' -o "$work/time" "$@" >/dev/null 2>"$work/stderr" || {
+    echo "compare.sh: failed: $*" >&2; cat "$work/stderr" >&2; exit 1; }
+  cat "$work/time" >>"$out"
+}
+
+median() { sort -n | awk '{ v[NR] = $1 } END { print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
+peak_mb() { awk '{ if ($2 > m) m = $2 } END { printf "%.1f", m / 1024 }'; }
+
+results="$work/results"
+: >"$results"
+counter=0
+
+# compare LABEL TARGET KIND SOURCE: KIND archive (SOURCE a corpus folder) or
+# extract (SOURCE a zip made by zip -4).
+compare() {
+  local label=$1 target=$2 kind=$3 source=$4
+  local a="$work/a.times" b="$work/b.times"
+  : >"$a"; : >"$b"
+  for i in $(seq 0 "$runs"); do
+    for tool in reference engine; do
+      counter=$((counter + 1))
+      local out="$work/out$counter" times=$a
+      [ "$tool" = engine ] && times=$b
+      [ "$i" = 0 ] && times="$work/warmup"
+      if [ "$kind" = archive ]; then
+        if [ "$tool" = reference ]; then
+          (cd "$(dirname "$source")" && run_timed "$times" zip -r -q -4 "$out.zip" "$(basename "$source")")
+        else
+          run_timed "$times" "$engine" archive "$out.zip" --level 4 "$source"
+        fi
+        rm -f "$out.zip"
+      else
+        if [ "$tool" = reference ]; then
+          run_timed "$times" unzip -q "$source" -d "$out"
+        else
+          run_timed "$times" "$engine" extract "$source" "$out"
+        fi
+        rm -rf "$out"
+      fi
+    done
+  done
+  local ref eng
+  ref=$(median <"$a"); eng=$(median <"$b")
+  printf '%s\t%s\t%s\t%s\t%s\n' "$label" "$eng" "$ref" "$target" "$(peak_mb <"$b")" >>"$results"
+  cp "$b" "$work/$label.engine"
+}
+
+echo "timing ($scale corpus, $runs runs per tool) ..." >&2
+compare "archive small" "1.15" archive "$corpus/small"
+compare "archive large" "1.15" archive "$corpus/large"
+compare "extract small" "1.25" extract "$zips/small.zip"
+compare "extract large" "1.25" extract "$zips/large.zip"
+compare "extract tiny-small" "1.25" extract "$zips/tiny-small.zip"
+compare "extract tiny-large" "1.25" extract "$zips/tiny-large.zip"
+
+huge="$work/huge.times"
+: >"$huge"
+for i in $(seq 1 "$runs"); do
+  run_timed "$huge" "$engine" archive "$work/huge.zip" --level 4 "$corpus/huge/huge.bin"
+  rm -f "$work/huge.zip"
+done
+
+# --- report --------------------------------------------------------------------
+echo
+printf '%-20s %10s %12s %8s %8s %10s\n' case engine_s reference_s ratio target engine_MB
+awk -F'\t' '{ ratio = $2 / $3; printf "%-20s %10.2f %12.2f %8.3f %8s %10s %s\n", $1, $2, $3, ratio, "<=" $4, $5, (ratio <= $4 ? "ok" : "MISSED") }' "$results"
+small_t=$(awk -F'\t' '$1 == "extract tiny-small" { print $2 }' "$results")
+large_t=$(awk -F'\t' '$1 == "extract tiny-large" { print $2 }' "$results")
+awk -v s="$small_t" -v l="$large_t" -v ns="$tiny_small" -v nl="$tiny_large" 'BEGIN {
+  r = l / s; printf "%-20s %10.2f  (%d vs %d entries; target <= %d) %s\n", "scaling tiny", r, nl, ns, 1.1 * nl / ns, (r <= 1.1 * nl / ns ? "ok" : "MISSED") }'
+awk -v mb="$huge_mb" '{ if ($2 > m) m = $2; t = $1 } END {
+  printf "%-20s %10.1f MB peak archiving a %d MB file (target < 64) %s\n", "memory", m / 1024, mb, (m / 1024 < 64 ? "ok" : "MISSED") }' "$huge"
