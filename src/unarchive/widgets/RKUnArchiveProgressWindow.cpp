@@ -12,8 +12,11 @@
 #include <QMutexLocker>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QTimer>
 
 namespace {
+
+constexpr qint64 kUpdateSpacingMs = 30;
 
 QString progressTitle(const QString& prefix, int value, int total)
 {
@@ -242,14 +245,20 @@ void RKUnArchiveProgressWindow::storeProgress(Phase phase, int value, int total,
         totalValue = total;
         prgFileName = fileName;
     }
-    // One display update waits at a time; it shows the latest values, so a
-    // fast run skips values but never shows them out of order.
+    // One display update waits at a time and shows the latest values, so a
+    // fast run skips values but never shows them out of order. Updates are
+    // spaced by a frame or two: redrawing the window for each of thousands of
+    // small entries would cost more than extracting them.
     if (!m_updatePosted.exchange(true)) {
         QMetaObject::invokeMethod(
             this,
             [this] {
-                m_updatePosted.store(false);
-                changeProgress();
+                const qint64 wait = m_lastUpdate.isValid() ? kUpdateSpacingMs - m_lastUpdate.elapsed() : 0;
+                QTimer::singleShot(qMax<qint64>(wait, 0), this, [this] {
+                    m_updatePosted.store(false);
+                    m_lastUpdate.start();
+                    changeProgress();
+                });
             },
             Qt::QueuedConnection);
     }

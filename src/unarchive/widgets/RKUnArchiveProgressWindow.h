@@ -8,6 +8,7 @@
 #include "zip/RQUnZipArchiverDelegate.h"
 
 #include <QDialog>
+#include <QElapsedTimer>
 #include <QList>
 #include <QMutex>
 #include <QString>
@@ -127,4 +128,5 @@ private:
     QString prgFileName;
     QList<RQError> m_errors;
     std::atomic<bool> m_updatePosted{false};
+    QElapsedTimer m_lastUpdate; // main thread
 };
