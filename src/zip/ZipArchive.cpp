@@ -14,6 +14,7 @@
 #include <zlib.h>
 
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <malloc.h>
@@ -142,6 +143,11 @@ tm_zip dosFields(const QDateTime& when)
     return fields;
 }
 
+bool isZero(const char* data, qint64 size)
+{
+    return size > 0 && data[0] == 0 && std::memcmp(data, data + 1, size_t(size - 1)) == 0;
+}
+
 // Seconds since the epoch of an MS-DOS date/time read as local time.
 time_t dosDateToTime(uLong dosDate)
 {
@@ -232,6 +238,7 @@ struct ZipArchive::Private {
     ZipOutputFolder output;
 
     bool openForWriting(const QString& path, bool append);
+    bool completeLocalHeader(qint64 headerOffset, qint64 headerLength, quint64 uncompressed);
     void discardWriting();
     void resetIndex();
     // The first entry of a name wins.
@@ -454,6 +461,8 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
     }
 
     // A name without a form in the encoding is stored as "-" by the container.
+    const qint64 headerOffset = d->writeDevice->pos();
+    const qint64 nameLength = nameBytes ? nameBytes->size() : 1;
     const int opened = zipOpenNewFileInZip4_64(
         d->_zipFile, nameBytes ? nameBytes->constData() : nullptr, &info, nullptr, 0, nullptr, 0,
         nullptr, Z_DEFLATED, level, 0, MAX_WBITS, DEF_MEM_LEVEL, Z_DEFAULT_STRATEGY,
@@ -467,8 +476,8 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
     }
 
     bool result = true;
+    quint64 done = 0;
     if (!isFolder) {
-        quint64 done = 0;
         for (;;) {
             const qint64 n = retryRead(fd, buffer, kWriteChunk);
             if (n < 0) {
@@ -495,7 +504,40 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
     if (zipCloseFileInZip(d->_zipFile) != ZIP_OK) {
         d->writeFailed = true;
     }
+    if (!zip64 && !d->completeLocalHeader(headerOffset, 30 + nameLength, done)) {
+        result = false;
+    }
     return result;
+}
+
+bool ZipArchive::Private::completeLocalHeader(qint64 headerOffset, qint64 headerLength,
+                                              quint64 uncompressed)
+{
+    // An entry without the ZIP64 form whose sizes reach 0xFFFFFFFF (a file of
+    // exactly 4 GiB - 1 bytes, or data that grew in compression) is closed
+    // by the container with zero sizes in its local header, which readers
+    // that trust the local header refuse. The central record is right.
+    const qint64 end = writeDevice->pos();
+    const quint64 compressed = quint64(end - headerOffset - headerLength);
+    if (uncompressed < 0xFFFFFFFFu && compressed < 0xFFFFFFFFu) {
+        return true;
+    }
+    if (compressed >= 0xFFFFFFFFu) {
+        // Not representable without ZIP64: the archive would be damaged.
+        writeFailed = true;
+        return false;
+    }
+    char sizes[8];
+    for (int i = 0; i < 4; ++i) {
+        sizes[i] = char((compressed >> (8 * i)) & 0xFF);
+        sizes[4 + i] = char((uncompressed >> (8 * i)) & 0xFF);
+    }
+    if (!writeDevice->seek(headerOffset + 18) || writeDevice->write(sizes, 8) != 8
+        || !writeDevice->seek(end)) {
+        writeFailed = true;
+        return false;
+    }
+    return true;
 }
 
 unsigned long ZipArchive::checkCRC(const QString& path)
@@ -785,6 +827,8 @@ bool ZipArchive::UnzipFileTo64(const QString& path, const QString& inFilePath, b
     int out = -1;
     bool started = false;
     bool skipped = false;
+    qint64 extracted = 0;
+    bool endsInHole = false;
     for (;;) {
         const int n = unzReadCurrentFile(d->_unzFile, buffer, kReadBufferSize);
         if (n < 0) {
@@ -809,7 +853,19 @@ bool ZipArchive::UnzipFileTo64(const QString& path, const QString& inFilePath, b
                 return false;
             }
         }
-        if (n > 0 && !writeAll(out, buffer, n)) {
+        // Whole chunks of zeros become holes: a disk image or a sparse file
+        // takes no more room extracted than it did before it was stored.
+        const bool hole = n == int(kReadBufferSize) && isZero(buffer, n)
+            && ::lseek(out, n, SEEK_CUR) >= 0;
+        if (n > 0 && !hole && !writeAll(out, buffer, n)) {
+            OutputErrorMessage(QStringLiteral("Failed to write output file"));
+            ::close(out);
+            unzCloseCurrentFile(d->_unzFile);
+            return false;
+        }
+        extracted += n;
+        endsInHole = hole || (endsInHole && n == 0);
+        if (n == 0 && endsInHole && ::ftruncate(out, off_t(extracted)) != 0) {
             OutputErrorMessage(QStringLiteral("Failed to write output file"));
             ::close(out);
             unzCloseCurrentFile(d->_unzFile);
