@@ -5,6 +5,7 @@
 #include "ui_RKPasswordWindow.h"
 
 #include <QCheckBox>
+#include <QKeyEvent>
 #include <QPushButton>
 
 RKPasswordWindow::RKPasswordWindow(QWidget* parent)
@@ -15,6 +16,7 @@ RKPasswordWindow::RKPasswordWindow(QWidget* parent)
     // As loaded: check box off, entry masked.
     ui->btnShowPassword->setChecked(false);
     ui->scPassword->setShowsText(false);
+    ui->scPassword->installEventFilter(this);
     connect(ui->btnOk, &QPushButton::clicked, this, &RKPasswordWindow::btnOkTouchUpInside);
     connect(ui->btnShowPassword, &QCheckBox::clicked, this,
             &RKPasswordWindow::btnShowPasswordTouchUpInside);
@@ -58,10 +60,24 @@ void RKPasswordWindow::dispInit(const RKProfileSetting& profile)
 {
     m_profile = profile;
     m_password = QString();
+    m_ignoreHeldKey = true;
     ui->btnShowPassword->setChecked(profile.passwordShow);
     ui->scPassword->setShowsText(profile.passwordShow);
     ui->scPassword->clear();
     ui->scPassword->setFocus(Qt::OtherFocusReason);
+}
+
+bool RKPasswordWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (m_ignoreHeldKey && watched == ui->scPassword
+        && (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease)) {
+        if (static_cast<QKeyEvent*>(event)->isAutoRepeat()) {
+            return true;
+        }
+        // The first real press or release ends the held key's repeat.
+        m_ignoreHeldKey = false;
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 void RKPasswordWindow::btnOkTouchUpInside()

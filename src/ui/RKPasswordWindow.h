@@ -48,8 +48,14 @@ public slots:
     void btnShowPasswordTouchUpInside();
     void reject() override;
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     std::unique_ptr<Ui::RKPasswordWindow> ui;
     RKProfileSetting m_profile;
     QString m_password;
+    // The window is often opened while the key combination that asked for it
+    // is still held; its auto-repeat must not type into the entry.
+    bool m_ignoreHeldKey = false;
 };

@@ -34,7 +34,7 @@ void RKSavePanel::setProposedPath(const QString& url)
     }
     const QFileInfo proposed(url);
     setDirectory(proposed.absolutePath());
-    selectFile(proposed.fileName());
+    selectFile(proposedName(proposed, m_types));
 }
 
 void RKSavePanel::setAllowedFileTypes(const QStringList& types)
@@ -63,6 +63,19 @@ QString RKSavePanel::nameWithAllowedType(const QString& name, const QStringList&
         }
     }
     return name + QLatin1Char('.') + types.first();
+}
+
+QString RKSavePanel::proposedName(const QFileInfo& proposed, const QStringList& types)
+{
+    const QString name = proposed.fileName();
+    if (types.isEmpty() || nameWithAllowedType(name, types) == name) {
+        return name;
+    }
+    // A dropped item is proposed under its archive's name: the name of a
+    // folder would make the dialog open that folder instead of saving.
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    const QString base = (proposed.isDir() || dot <= 0) ? name : name.left(dot);
+    return base + QLatin1Char('.') + types.first();
 }
 
 QString RKSavePanel::chosenPath() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QString>
 #include <QStringList>
 
@@ -20,7 +21,9 @@ public:
     QString message() const;
 
     // The folder of url becomes the initial folder, its last component the
-    // proposed name.
+    // proposed name (set the allowed types first: a name without one of them
+    // is proposed with its extension replaced by the first, or for a folder
+    // with the type appended).
     void setProposedPath(const QString& url);
 
     // File types (extensions without dot) that may be saved; empty: any. A
@@ -33,6 +36,7 @@ public:
 
     // The name with the first allowed type appended when it has none of them.
     static QString nameWithAllowedType(const QString& name, const QStringList& types);
+    static QString proposedName(const QFileInfo& proposed, const QStringList& types);
 
 public slots:
     void accept() override;

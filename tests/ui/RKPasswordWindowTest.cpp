@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QKeyEvent>
 #include <QPushButton>
 #include <QTimer>
 #include <gtest/gtest.h>
@@ -40,6 +41,25 @@ struct ConfirmCase {
 class RKPasswordWindowConfirm : public ::testing::TestWithParam<ConfirmCase>
 {
 };
+
+TEST(RKPasswordWindow, RepeatOfTheKeyHeldWhenItOpenedTypesNothing)
+{
+    RKPasswordWindow window;
+    window.dispInit(RKProfileSetting::DefaultSetting());
+    KSPasswordField* field = window.scPassword();
+    const auto key = [field](QEvent::Type type, bool autoRepeat) {
+        QKeyEvent event(type, Qt::Key_P, Qt::NoModifier, QStringLiteral("p"), autoRepeat);
+        QCoreApplication::sendEvent(field, &event);
+    };
+    key(QEvent::KeyPress, true);
+    key(QEvent::KeyRelease, true);
+    key(QEvent::KeyPress, true);
+    EXPECT_EQ(field->text(), QString());
+    key(QEvent::KeyRelease, false); // the combination is let go
+    key(QEvent::KeyPress, false);
+    key(QEvent::KeyPress, true); // from now on a held key repeats as usual
+    EXPECT_EQ(field->text(), QStringLiteral("pp"));
+}
 
 TEST_P(RKPasswordWindowConfirm, ReturnsTheTypedText)
 {

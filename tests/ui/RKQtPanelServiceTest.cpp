@@ -146,6 +146,27 @@ INSTANTIATE_TEST_SUITE_P(
         TypedNameCase{"NoTypesAnyName", {}, "a.txt", "a.txt"}),
     [](const ::testing::TestParamInfo<TypedNameCase>& info) { return std::string(info.param.name); });
 
+TEST_F(RKQtPanelServiceTest, ProposesTheArchiveNameOfADroppedItem)
+{
+    QDir(documents).mkpath(QStringLiteral("big"));
+    const struct {
+        QString proposed;
+        QStringList types;
+        QString name;
+    } rows[] = {
+        {documents + "/a.zip", {"zip"}, "a.zip"},
+        {documents + "/notes.txt", {"zip"}, "notes.zip"},
+        {documents + "/README", {"zip"}, "README.zip"},
+        // The folder's own name would make Return open the folder.
+        {documents + "/big", {"zip"}, "big.zip"},
+        {documents + "/notes.txt", {}, "notes.txt"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(RKSavePanel::proposedName(QFileInfo(row.proposed), row.types), row.name)
+            << row.proposed.toStdString();
+    }
+}
+
 TEST_F(RKQtPanelServiceTest, TypedNameGetsTheAllowedType)
 {
     answerNextPanel([](QFileDialog* panel) { typeAndAccept(panel, QStringLiteral("typed")); });
