@@ -180,3 +180,168 @@ TEST_F(UnArchiverFrontEnd, NotAnArchiveIsCodeTwoThenFinished)
               (QStringList { QStringLiteral("error 2 ") + bogus,
                              QStringLiteral("finished ") + bogus }));
 }
+
+TEST_F(UnArchiverFrontEnd, CancelDuringThirdOfFiveExtractsThree)
+{
+    QStringList contents;
+    for (int i = 1; i <= 5; ++i) {
+        contents << file(QStringLiteral("src/f%1.txt").arg(i), "x");
+    }
+    const QString zip = path(QStringLiteral("out.zip"));
+    archive(zip, contents);
+    UnArchiverRecorder recorder;
+    recorder.onProgress = [](RQUnZipArchiver* unarchiver, int progress) {
+        if (progress == 3) {
+            unarchiver->cansel();
+        }
+    };
+    RQUnZipArchiver unarchiver;
+    unarchiver.setDelegate(&recorder);
+    const QString dest = path(QStringLiteral("dest"));
+    unarchiver.unArchive(dest, zip, 4);
+    ASSERT_TRUE(recorder.log.waitForEnd());
+    EXPECT_EQ(recorder.log.lines().last(), QStringLiteral("cancelled"));
+    EXPECT_EQ(listTree(dest), (QStringList { QStringLiteral("f1.txt"), QStringLiteral("f2.txt"),
+                                             QStringLiteral("f3.txt") }));
+}
+
+struct CryptedCase {
+    const char* name;
+    QStringList zipArguments; // empty: not an archive at all
+    bool crypted;
+};
+
+class UnArchiverIsCrypted : public ZipTest, public ::testing::WithParamInterface<CryptedCase>
+{
+};
+
+TEST_P(UnArchiverIsCrypted, Answer)
+{
+    folder(QStringLiteral("src/d/"));
+    file(QStringLiteral("src/d/a.txt"), "a");
+    const QString zip = path(QStringLiteral("a.zip"));
+    if (GetParam().zipArguments.isEmpty()) {
+        file(QStringLiteral("a.zip"), "no archive");
+    } else {
+        ASSERT_EQ(TestEnvironment::run(QStringLiteral("zip"),
+                                       GetParam().zipArguments + QStringList { zip, QStringLiteral("d") },
+                                       path(QStringLiteral("src")))
+                      .exitCode,
+                  0);
+    }
+    EXPECT_EQ(RQUnZipArchiver().isCrypted(zip), GetParam().crypted);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, UnArchiverIsCrypted,
+    ::testing::Values(CryptedCase { "Plain", { "-q", "-r" }, false },
+                      // The folder entry comes first and is not encrypted.
+                      CryptedCase { "EncryptedAfterAPlainFolder", { "-q", "-r", "-P", "pw" }, true },
+                      CryptedCase { "NotAnArchive", {}, false }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+using FrontEndLifetime = ZipTest;
+
+TEST_F(FrontEndLifetime, DelegateClearedDuringARunAndDestructorWaitsForTheEnd)
+{
+    QStringList contents;
+    for (int i = 0; i < 50; ++i) {
+        contents << file(QStringLiteral("src/f%1.txt").arg(i), QByteArray(20000, 'q'));
+    }
+    const QString zip = path(QStringLiteral("out.zip"));
+    ArchiverRecorder recorder;
+    recorder.onProgress = [](RQZipArchiver* archiver, int progress) {
+        if (progress == 2) {
+            archiver->setDelegate(nullptr);
+        }
+    };
+    {
+        RQZipArchiver archiver;
+        archiver.setDelegate(&recorder);
+        archiver.archive(zip, contents, 4);
+    }
+    EXPECT_EQ(recorder.log.lines().size(), 3); // started, progress 1, progress 2
+    EXPECT_EQ(entryNames(zip).size(), 50);
+}
+
+TEST_F(FrontEndLifetime, NextRunStartedFromTheFinishedNotice)
+{
+    // A runner may start its next archive as soon as one is finished, from
+    // the thread the notice came on.
+    const QString a = file(QStringLiteral("a.txt"), "a");
+    const QString first = path(QStringLiteral("first.zip"));
+    const QString second = path(QStringLiteral("second.zip"));
+    struct Chain : ArchiverRecorder {
+        QString next;
+        QStringList contents;
+        void archiverArchiveFinished(RQZipArchiver* archiver, const QString& path) override
+        {
+            if (!next.isEmpty()) {
+                const QString target = next;
+                next.clear();
+                archiver->archive(target, contents, 4);
+                return;
+            }
+            ArchiverRecorder::archiverArchiveFinished(archiver, path);
+        }
+    } chain;
+    chain.next = second;
+    chain.contents = { a };
+    RQZipArchiver archiver;
+    archiver.setDelegate(&chain);
+    archiver.archive(first, { a }, 4);
+    ASSERT_TRUE(chain.log.waitForEnd());
+    EXPECT_EQ(chain.log.lines().last(), QStringLiteral("finished ") + second);
+    EXPECT_EQ(entryNames(first), QStringList { QStringLiteral("a.txt") });
+    EXPECT_EQ(entryNames(second), QStringList { QStringLiteral("a.txt") });
+}
+
+TEST_F(FrontEndLifetime, ErrorsBelongToTheLastRunAndCanBeSilenced)
+{
+    const QString zip = path(QStringLiteral("out.zip"));
+    const QString gone = path(QStringLiteral("gone"));
+    const QString a = file(QStringLiteral("a.txt"), "a");
+    ArchiverRecorder recorder;
+    RQZipArchiver archiver;
+    archiver.setDelegate(&recorder);
+    archiver.archive(zip, { gone, a }, 4);
+    ASSERT_TRUE(recorder.log.waitForEnd());
+    EXPECT_EQ(describe(archiver.errors()), QStringList { QStringLiteral("1 ") + gone });
+
+    ArchiverRecorder quiet;
+    archiver.setDelegate(&quiet);
+    archiver.setIsNotification(false);
+    archiver.archive(zip, { gone, a }, 4);
+    ASSERT_TRUE(quiet.log.waitForEnd());
+    EXPECT_TRUE(archiver.errors().isEmpty());
+    EXPECT_FALSE(quiet.log.lines().join(QLatin1Char('\n')).contains(QStringLiteral("error")));
+}
+
+// Codes outside a family's table carry no message of their own.
+struct ErrorCase {
+    const char* name;
+    RQError error;
+    bool described;
+};
+
+class ErrorFamilies : public ::testing::TestWithParam<ErrorCase>
+{
+};
+
+TEST_P(ErrorFamilies, DescriptionAndPath)
+{
+    const RQError& error = GetParam().error;
+    EXPECT_EQ(error.hasDescription(), GetParam().described);
+    EXPECT_FALSE(error.localizedDescription().isEmpty());
+    EXPECT_EQ(error.localizedRecoverySuggestion(), QStringLiteral("/p"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ErrorFamilies,
+    ::testing::Values(
+        ErrorCase { "ArchiverThree", RQError::initWithErrorCode(3, QStringLiteral("/p")), false },
+        ErrorCase { "ArchiverTwoHundred", RQError::initWithErrorCode(200, QStringLiteral("/p")), true },
+        ErrorCase { "UnArchiverThree", RQError::initWithUnArchiverErrorCode(3, QStringLiteral("/p")), true },
+        ErrorCase { "UnArchiverFour", RQError::initWithUnArchiverErrorCode(4, QStringLiteral("/p")), false },
+        ErrorCase { "FileCopyThree", RQError::initWithFileCopyUtilErrorCode(3, QStringLiteral("/p")), false }),
+    [](const auto& info) { return std::string(info.param.name); });
