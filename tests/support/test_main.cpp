@@ -1,6 +1,7 @@
 // One main for every suite: a QApplication (so windows can be driven on the
 // offscreen platform) and settings that never touch the real user's files.
 #include <QApplication>
+#include <QDir>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -19,6 +20,10 @@ int main(int argc, char** argv)
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
     qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
     qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toUtf8());
+    // The unarchive runner clears the application's whole temporary folder at
+    // every start; test processes running side by side must not share it.
+    QDir().mkpath(home.filePath(QStringLiteral("tmp")));
+    qputenv("TMPDIR", home.filePath(QStringLiteral("tmp")).toUtf8());
     QStandardPaths::setTestModeEnabled(true);
     // Test mode alone would send every suite to the same ~/.qttest folder.
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
