@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
+#include <QRandomGenerator>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,9 +17,7 @@ void NoticeLog::add(const QString& line, bool ends)
         m_lines << line;
         m_end = m_end || ends;
     }
-    if (ends) {
-        m_ended.notify_all();
-    }
+    m_ended.notify_all();
 }
 
 QStringList NoticeLog::lines() const
@@ -27,101 +26,55 @@ QStringList NoticeLog::lines() const
     return m_lines;
 }
 
-bool NoticeLog::waitForEnd(int timeoutMs)
+bool NoticeLog::waitForEnd()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return m_ended.wait_for(lock, std::chrono::milliseconds(timeoutMs), [this] { return m_end; });
+    return m_ended.wait_for(lock, std::chrono::minutes(10), [this] { return m_end; });
 }
 
-void ArchiverRecorder::archiverArchiveStarted(RQZipArchiver*, int total)
-{
-    log.add(QStringLiteral("started %1").arg(total));
-}
+namespace {
+QString errorLine(const RQError& e) { return QString("error %1 %2").arg(e.code()).arg(e.localizedRecoverySuggestion()); }
+QString progressLine(int p, int t, const QString& n) { return QString("progress %1/%2 %3").arg(p).arg(t).arg(n); }
+} // namespace
 
-void ArchiverRecorder::archiverArchiveProgress(RQZipArchiver* archiver, int progress, int total,
-                                               const QString& name)
-{
-    if (onProgress) {
-        onProgress(archiver, progress);
-    }
-    log.add(QStringLiteral("progress %1/%2 %3").arg(progress).arg(total).arg(name));
-}
-
-void ArchiverRecorder::archiverArchiveProgressInFile(RQZipArchiver*, quint64 progress,
-                                                     quint64 total, const QString&)
-{
-    inFile.append({ progress, total });
-}
-
-void ArchiverRecorder::archiverArchiveFinished(RQZipArchiver*, const QString& path)
-{
-    log.add(QStringLiteral("finished ") + path, true);
-}
-
-void ArchiverRecorder::archiverArchiveCancelled(RQZipArchiver*)
-{
-    log.add(QStringLiteral("cancelled"), true);
-}
-
-void ArchiverRecorder::archiverArchiveError(RQZipArchiver*, const RQError& error)
-{
-    log.add(QStringLiteral("error %1 %2").arg(error.code()).arg(error.localizedRecoverySuggestion()));
-}
-
-void UnArchiverRecorder::unArchiverArchiveStarted(RQUnZipArchiver*, int total)
-{
-    log.add(QStringLiteral("started %1").arg(total));
-}
-
-void UnArchiverRecorder::unArchiverArchiveProgress(RQUnZipArchiver* unarchiver, int progress,
-                                                   int total, const QString& name)
+void ArchiverRecorder::archiverArchiveStarted(RQZipArchiver*, int total) { log.add(QString("started %1").arg(total)); }
+void ArchiverRecorder::archiverArchiveProgress(RQZipArchiver* a, int progress, int total, const QString& name)
 {
     if (onProgress) {
-        onProgress(unarchiver, progress);
+        onProgress(a, progress);
     }
-    log.add(QStringLiteral("progress %1/%2 %3").arg(progress).arg(total).arg(name));
+    log.add(progressLine(progress, total, name));
 }
+void ArchiverRecorder::archiverArchiveFinished(RQZipArchiver*, const QString& path) { log.add("finished " + path, true); }
+void ArchiverRecorder::archiverArchiveCancelled(RQZipArchiver*) { log.add("cancelled", true); }
+void ArchiverRecorder::archiverArchiveError(RQZipArchiver*, const RQError& error) { log.add(errorLine(error)); }
 
-void UnArchiverRecorder::unArchiverArchiveFinished(RQUnZipArchiver*, const QString& path)
+void UnArchiverRecorder::unArchiverArchiveStarted(RQUnZipArchiver*, int total) { log.add(QString("started %1").arg(total)); }
+void UnArchiverRecorder::unArchiverArchiveProgress(RQUnZipArchiver* u, int progress, int total, const QString& name)
 {
-    log.add(QStringLiteral("finished ") + path, true);
-}
-
-void UnArchiverRecorder::unArchiverArchiveCancelled(RQUnZipArchiver*)
-{
-    log.add(QStringLiteral("cancelled"), true);
-}
-
-void UnArchiverRecorder::unArchiverArchiveError(RQUnZipArchiver*, const RQError& error)
-{
-    log.add(QStringLiteral("error %1 %2").arg(error.code()).arg(error.localizedRecoverySuggestion()));
-}
-
-QStringList describe(const QList<RQError>& errors)
-{
-    QStringList lines;
-    for (const RQError& error : errors) {
-        lines << QStringLiteral("%1 %2").arg(error.code()).arg(error.localizedRecoverySuggestion());
+    if (onProgress) {
+        onProgress(u, progress);
     }
-    return lines;
+    log.add(progressLine(progress, total, name));
 }
+void UnArchiverRecorder::unArchiverArchiveFinished(RQUnZipArchiver*, const QString& path) { log.add("finished " + path, true); }
+void UnArchiverRecorder::unArchiverArchiveCancelled(RQUnZipArchiver*) { log.add("cancelled", true); }
+void UnArchiverRecorder::unArchiverArchiveError(RQUnZipArchiver*, const RQError& error) { log.add(errorLine(error)); }
 
 QString ZipTest::file(const QString& relative, const QByteArray& bytes)
 {
-    const QString full = path(relative);
-    EXPECT_TRUE(TestEnvironment::writeFile(full, bytes)) << full.toStdString();
-    return full;
+    EXPECT_TRUE(TestEnvironment::writeFile(path(relative), bytes)) << relative.toStdString();
+    return path(relative);
 }
 
 QString ZipTest::folder(const QString& relative)
 {
-    const QString full = path(relative);
-    QDir().mkpath(full);
-    return full;
+    QDir().mkpath(path(relative));
+    return path(relative);
 }
 
-QStringList ZipTest::archive(const QString& zip, const QStringList& contents,
-                             const QString& password, int level, quint64 encoding)
+QStringList ZipTest::archive(const QString& zip, const QStringList& contents, const QString& password,
+                             int level, quint64 encoding)
 {
     ArchiverRecorder recorder;
     RQZipArchiver archiver;
@@ -131,8 +84,8 @@ QStringList ZipTest::archive(const QString& zip, const QStringList& contents,
     return recorder.log.lines();
 }
 
-QStringList ZipTest::extract(const QString& zip, const QString& destination,
-                             const QString& password, quint64 encoding)
+QStringList ZipTest::extract(const QString& zip, const QString& destination, const QString& password,
+                             quint64 encoding)
 {
     UnArchiverRecorder recorder;
     RQUnZipArchiver unarchiver;
@@ -144,13 +97,9 @@ QStringList ZipTest::extract(const QString& zip, const QString& destination,
 
 int peer(const QStringList& arguments, QByteArray* out)
 {
-    const QString script = QStringLiteral(MOKUZA_SOURCE_DIR "/tests/zip/peer.py");
-    // The system interpreter starts ten times faster than a shim on PATH.
-    static const QString python = QFile::exists(QStringLiteral("/usr/bin/python3"))
-        ? QStringLiteral("/usr/bin/python3")
-        : QStringLiteral("python3");
-    const TestEnvironment::ProcessResult result =
-        TestEnvironment::run(python, QStringList { script } + arguments);
+    // The system interpreter starts ten times faster than a version-manager shim.
+    static const QString python = QFile::exists("/usr/bin/python3") ? "/usr/bin/python3" : "python3";
+    const auto result = TestEnvironment::run(python, QStringList { MOKUZA_SOURCE_DIR "/tests/zip/peer.py" } + arguments);
     if (out) {
         *out = result.out;
     }
@@ -160,7 +109,7 @@ int peer(const QStringList& arguments, QByteArray* out)
 QList<QJsonObject> inspect(const QString& zip)
 {
     QByteArray out;
-    EXPECT_EQ(peer({ QStringLiteral("inspect"), zip }, &out), 0) << zip.toStdString();
+    EXPECT_EQ(peer({ "inspect", zip }, &out), 0) << zip.toStdString();
     QList<QJsonObject> entries;
     for (const QByteArray& line : out.split('\n')) {
         if (!line.isEmpty()) {
@@ -170,22 +119,39 @@ QList<QJsonObject> inspect(const QString& zip)
     return entries;
 }
 
+QStringList entryNames(const QString& zip)
+{
+    QStringList names;
+    for (const QJsonObject& entry : inspect(zip)) {
+        names << QString::fromUtf8(QByteArray::fromHex(entry["name"].toString().toLatin1()));
+    }
+    return names;
+}
+
+QString makeArchive(const QString& zip, const QJsonArray& entries)
+{
+    EXPECT_EQ(peer({ "make", zip, QJsonDocument(entries).toJson(QJsonDocument::Compact) }), 0);
+    return zip;
+}
+
+QJsonObject entry(const QString& name, const QString& data) { return { { "name", name }, { "data", data } }; }
+
 bool setModified(const QString& path, const QDateTime& when)
 {
-    struct timespec times[2];
-    times[0].tv_sec = time_t(when.toSecsSinceEpoch());
-    times[0].tv_nsec = 0;
-    times[1] = times[0];
-    return ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times,
-                       AT_SYMLINK_NOFOLLOW)
-        == 0;
+    struct timespec times[2] = { { time_t(when.toSecsSinceEpoch()), 0 }, { time_t(when.toSecsSinceEpoch()), 0 } };
+    return ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 QDateTime modified(const QString& path)
 {
     struct stat st;
-    if (::lstat(QFile::encodeName(path).constData(), &st) != 0) {
-        return {};
-    }
-    return QDateTime::fromSecsSinceEpoch(st.st_mtim.tv_sec);
+    return ::lstat(QFile::encodeName(path).constData(), &st) == 0 ? QDateTime::fromSecsSinceEpoch(st.st_mtim.tv_sec)
+                                                                 : QDateTime();
+}
+
+QByteArray randomBytes(int size, quint32 seed)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    QRandomGenerator(seed).fillRange(reinterpret_cast<quint32*>(bytes.data()), size / 4);
+    return bytes;
 }

@@ -5,8 +5,8 @@
 #include "zip/ZipArchiveDelegate.h"
 
 #include <QDateTime>
+#include <QJsonArray>
 #include <QJsonObject>
-#include <QList>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -17,21 +17,17 @@
 #include <mutex>
 #include <ostream>
 
-// Readable QString values in failure messages.
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
+inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
 
-// Notices of one run as lines ("started 3", "progress 1/3 <path>",
-// "error 2 <path>", "finished <path>", "cancelled"), and a wait for its end
-// (finished or cancelled) without polling.
+// Notices of one run as lines ("started 3", "progress 1/3 <name>", "error 2 <path>",
+// "finished <path>", "cancelled"); waitForEnd blocks until finished or cancelled.
 class NoticeLog
 {
 public:
     void add(const QString& line, bool ends = false);
     QStringList lines() const;
-    bool waitForEnd(int timeoutMs = 600000);
+    QString text() const { return lines().join(QLatin1Char('\n')); }
+    bool waitForEnd();
 
 private:
     mutable std::mutex m_mutex;
@@ -44,15 +40,10 @@ class ArchiverRecorder : public RQZipArchiverDelegate
 {
 public:
     NoticeLog log;
-    // Called with each progress number before it is logged.
-    std::function<void(RQZipArchiver*, int)> onProgress;
-    QList<QList<quint64>> inFile; // (progress, total) pairs
+    std::function<void(RQZipArchiver*, int)> onProgress; // before the line is logged
 
     void archiverArchiveStarted(RQZipArchiver*, int total) override;
-    void archiverArchiveProgress(RQZipArchiver* archiver, int progress, int total,
-                                 const QString& name) override;
-    void archiverArchiveProgressInFile(RQZipArchiver*, quint64 progress, quint64 total,
-                                       const QString&) override;
+    void archiverArchiveProgress(RQZipArchiver* a, int progress, int total, const QString& name) override;
     void archiverArchiveFinished(RQZipArchiver*, const QString& path) override;
     void archiverArchiveCancelled(RQZipArchiver*) override;
     void archiverArchiveError(RQZipArchiver*, const RQError& error) override;
@@ -65,14 +56,12 @@ public:
     std::function<void(RQUnZipArchiver*, int)> onProgress;
 
     void unArchiverArchiveStarted(RQUnZipArchiver*, int total) override;
-    void unArchiverArchiveProgress(RQUnZipArchiver* unarchiver, int progress, int total,
-                                   const QString& name) override;
+    void unArchiverArchiveProgress(RQUnZipArchiver* u, int progress, int total, const QString& name) override;
     void unArchiverArchiveFinished(RQUnZipArchiver*, const QString& path) override;
     void unArchiverArchiveCancelled(RQUnZipArchiver*) override;
     void unArchiverArchiveError(RQUnZipArchiver*, const RQError& error) override;
 };
 
-// Collects the adapter's failure texts.
 class MessageRecorder : public ZipArchiveDelegate
 {
 public:
@@ -80,34 +69,30 @@ public:
     void ErrorMessage(const QString& message) override { messages << message; }
 };
 
-// "code path" for each error.
-QStringList describe(const QList<RQError>& errors);
-
-// A temporary folder per test, and the usual ways of making and reading
-// archives through the front ends and the peers.
+// A temporary folder per test and runs of the front ends to their end.
 class ZipTest : public ::testing::Test
 {
 protected:
     QString path(const QString& relative) const { return m_dir.filePath(relative); }
-    // Writes a file (parents made) and returns its path.
-    QString file(const QString& relative, const QByteArray& bytes);
+    QString file(const QString& relative, const QByteArray& bytes); // parents made
     QString folder(const QString& relative);
-
-    // Runs an archiver to its end; returns its notices.
-    QStringList archive(const QString& zip, const QStringList& contents,
-                        const QString& password = QString(), int level = 4,
+    QStringList archive(const QString& zip, const QStringList& contents, const QString& password = {},
+                        int level = 4, quint64 encoding = 4); // the notices
+    QStringList extract(const QString& zip, const QString& destination, const QString& password = {},
                         quint64 encoding = 4);
-    // Runs an unarchiver to its end; returns its notices.
-    QStringList extract(const QString& zip, const QString& destination,
-                        const QString& password = QString(), quint64 encoding = 4);
 
     QTemporaryDir m_dir;
 };
 
-// Runs tests/zip/peer.py; exit code, stdout.
+// tests/zip/peer.py (Python's zipfile): exit code; stdout into out.
 int peer(const QStringList& arguments, QByteArray* out = nullptr);
-// One JSON object per entry of the archive, as Python reads it.
+// One object per entry, raw header fields as Python reads them.
 QList<QJsonObject> inspect(const QString& zip);
-// Sets a file's modification time (links not followed).
-bool setModified(const QString& path, const QDateTime& when);
+// Entry names (stored bytes taken as UTF-8).
+QStringList entryNames(const QString& zip);
+// An archive made by Python from {"name" | "name_hex", "data", "method", "external", ...}.
+QString makeArchive(const QString& zip, const QJsonArray& entries);
+QJsonObject entry(const QString& name, const QString& data = {});
+bool setModified(const QString& path, const QDateTime& when); // links not followed
 QDateTime modified(const QString& path);
+QByteArray randomBytes(int size, quint32 seed);
