@@ -275,8 +275,12 @@ ZipArchive::~ZipArchive()
 
 // --- writing -----------------------------------------------------------------
 
-bool ZipArchive::Private::openForWriting(const QString& path, bool append)
+bool ZipArchive::Private::openForWriting(const QString& location, bool append)
 {
+    // An existing link at the location is written through, as truncating it
+    // would: the new archive replaces the file the link points to.
+    const QFileInfo linked(location);
+    const QString path = linked.isSymLink() && linked.exists() ? linked.canonicalFilePath() : location;
     targetPath = path;
     temporaryPath.clear();
     writeFailed = false;

@@ -5,6 +5,7 @@
 #include "zip/ZipArchive.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <csignal>
 #include <sys/resource.h>
@@ -209,16 +210,18 @@ TEST_F(ZipWriter, PasswordWithoutAsciiFormIsRefusedAndNothingIsWritten)
     EXPECT_EQ(listTree(m_dir.path()), QStringList({ "out.zip", "src/", "src/a", "src/b" }));
 }
 
-TEST_F(ZipWriter, OldFileStaysUntilTheNewArchiveIsClosed)
+TEST_F(ZipWriter, OldFileStaysUntilTheNewArchiveIsClosedAndLinksAreWrittenThrough)
 {
     const QString old = file("out.zip", "old archive");
+    ASSERT_EQ(::symlink("out.zip", QFile::encodeName(path("link.zip")).constData()), 0);
     ZipArchive zip;
-    ASSERT_TRUE(zip.CreateZipFile2(old));
+    ASSERT_TRUE(zip.CreateZipFile2(path("link.zip")));
     ASSERT_TRUE(zip.addFileToZip(file("a.txt", "a"), "a.txt", 5, nullptr));
     EXPECT_EQ(readFile(old), "old archive");
     ASSERT_TRUE(zip.CloseZipFile2());
     EXPECT_EQ(run("unzip", { "-t", old }).exitCode, 0);
-    EXPECT_EQ(listTree(m_dir.path()), QStringList({ "a.txt", "out.zip" }));
+    EXPECT_EQ(listTree(m_dir.path()), QStringList({ "a.txt", "link.zip", "out.zip" }));
+    EXPECT_TRUE(QFileInfo(path("link.zip")).isSymLink());
 }
 
 TEST_F(ZipWriter, FullDiskKeepsTheOldFileAndLeavesNoTemporary)
