@@ -26,20 +26,22 @@ trap 'rm -rf "$work"' EXIT
 python3 "$here/../corpus.py" small "$work/corpus" 20000
 mkdir -p "$work/job" "$work/zip"
 
-now() { date +%s%N; }
-job_times=()
-zip_times=()
+# Wall and processor time (user + system) in milliseconds, "wall cpu".
+timed() {
+    /usr/bin/time -f '%e %U %S' -o "$work/time" "$@" >/dev/null
+    awk '{ printf "%d %d\n", $1 * 1000, ($2 + $3) * 1000 }' "$work/time"
+}
+job_wall=(); job_cpu=(); zip_wall=(); zip_cpu=(); pair_ratios=()
 for ((i = 1; i <= runs; i++)); do
     rm -f "$work/job/corpus.zip"
-    start=$(now)
-    "$driver" "$work/corpus" "$work/job" >/dev/null
-    job_times+=($(( ($(now) - start) / 1000000 )))
+    read -r wall cpu < <(timed "$driver" "$work/corpus" "$work/job")
+    job_wall+=("$wall"); job_cpu+=("$cpu")
 
     rm -f "$work/zip/corpus.zip"
-    start=$(now)
-    (cd "$work" && zip -r -q -4 "$work/zip/corpus.zip" corpus)
-    zip_times+=($(( ($(now) - start) / 1000000 )))
-    echo "run $i: job ${job_times[-1]} ms, zip ${zip_times[-1]} ms"
+    read -r wall cpu < <(cd "$work" && timed zip -r -q -4 "$work/zip/corpus.zip" corpus)
+    zip_wall+=("$wall"); zip_cpu+=("$cpu")
+    pair_ratios+=("$(awk -v j="${job_wall[-1]}" -v z="$wall" 'BEGIN { printf "%.3f", j / z }')")
+    echo "run $i: job ${job_wall[-1]} ms (cpu ${job_cpu[-1]}), zip $wall ms (cpu $cpu), ratio ${pair_ratios[-1]}"
 done
 
 # Both archives must hold the same entries and pass a full test.
@@ -47,9 +49,9 @@ unzip -tqq "$work/job/corpus.zip"
 diff <(zipinfo -1 "$work/job/corpus.zip" | sort) <(zipinfo -1 "$work/zip/corpus.zip" | sort) >/dev/null \
     || { echo "the two archives hold different entries" >&2; exit 1; }
 
-median() { printf '%s\n' "$@" | sort -n | awk '{a[NR]=$1} END {print a[int((NR+1)/2)]}'; }
-job_median=$(median "${job_times[@]}")
-zip_median=$(median "${zip_times[@]}")
+median() { printf '%s\n' "$@" | sort -g | awk '{a[NR]=$1} END {print a[int((NR+1)/2)]}'; }
 echo "archive sizes: job $(stat -c %s "$work/job/corpus.zip") bytes, zip $(stat -c %s "$work/zip/corpus.zip") bytes"
-awk -v j="$job_median" -v z="$zip_median" \
-    'BEGIN { printf "median: job %d ms, zip -r -4 %d ms, ratio %.2f\n", j, z, j / z }'
+awk -v j="$(median "${job_wall[@]}")" -v z="$(median "${zip_wall[@]}")" \
+    -v jc="$(median "${job_cpu[@]}")" -v zc="$(median "${zip_cpu[@]}")" -v r="$(median "${pair_ratios[@]}")" \
+    'BEGIN { printf "median wall: job %d ms, zip -r -4 %d ms, ratio %.2f (median of run pairs %.2f)\n", j, z, j / z, r
+             printf "median cpu:  job %d ms, zip -r -4 %d ms, ratio %.2f\n", jc, zc, jc / zc }'

@@ -23,8 +23,8 @@ using namespace ArchiveTestSupport;
 namespace {
 
 // The real runner window whose writer waits at every progress notice until
-// the main thread has shown it and run atNotice(archive, progress): the test
-// then sees every state, and can act at an exact point of the run.
+// the window shows it and atNotice(archive, progress) has run: the test then
+// sees every state, and can act at an exact point of the run.
 class HeldProgressWindow : public RKProgressWindow
 {
 public:
@@ -42,10 +42,10 @@ public:
     {
         RKProgressWindow::archiverArchiveProgress(archiver, progress, total, name);
         const int current = archive;
-        // Queued after the runner's own update, so the window already shows it.
         QMetaObject::invokeMethod(
             this,
-            [this, current, progress] {
+            [=, this] {
+                TestEnvironment::waitFor([&] { return windowTitle() == progressTitle(progress, total); });
                 if (atNotice) {
                     atNotice(current, progress);
                 }

@@ -21,6 +21,11 @@ QString preparingText()
     return QStringLiteral("準備中");
 }
 
+// A display that changes more often than this is not read by anybody, and
+// laying out a long path thousands of times a second costs the processor
+// the writer could use.
+constexpr int kProgressIntervalMs = 30;
+
 bool onMainThread()
 {
     return QThread::currentThread() == QCoreApplication::instance()->thread();
@@ -39,6 +44,11 @@ RKProgressWindow::RKProgressWindow(QWidget* parent)
     setWindowModality(Qt::ApplicationModal);
     setWindowTitle(progressTitle(0, 1));
     connect(btnCansel, &QPushButton::clicked, this, &RKProgressWindow::btCanselTouchUpInside);
+    m_progressPacer.setSingleShot(true);
+    connect(&m_progressPacer, &QTimer::timeout, this, [this] {
+        m_progressQueued = false;
+        changeProgress();
+    });
 }
 
 RKProgressWindow::~RKProgressWindow()
@@ -102,7 +112,9 @@ void RKProgressWindow::doArchive(const QStringList& paths, const RKProfileSettin
         prgFileName.clear();
         m_errors.clear();
     }
+    m_progressPacer.stop();
     m_progressQueued = false;
+    m_lastProgressShown.invalidate();
 
     m_usedPassword = RKPasswordProvider::Password(this, profile);
     zipUtil->archive(url, filePaths, m_usedPassword, profile.archiveLevel, profile.destEncoding);
@@ -110,6 +122,7 @@ void RKProgressWindow::doArchive(const QStringList& paths, const RKProfileSettin
 
 void RKProgressWindow::changeProgress()
 {
+    m_lastProgressShown.start();
     const std::lock_guard<std::mutex> lock(m_lock);
     textField->setText(prgFileName);
     progressIndicator->setValue(prgValue);
@@ -118,6 +131,7 @@ void RKProgressWindow::changeProgress()
 
 void RKProgressWindow::doClose(int code)
 {
+    m_progressPacer.stop();
     if (zipUtil) {
         zipUtil->setDelegate(nullptr);
         zipUtil.reset();
@@ -160,11 +174,19 @@ void RKProgressWindow::archiverArchiveProgress(RQZipArchiver*, int progress, int
     // runs, so the writer never waits for drawing and the display never goes
     // backwards.
     if (!m_progressQueued.exchange(true)) {
-        handToMainThread([this] {
-            m_progressQueued = false;
-            changeProgress();
-        });
+        handToMainThread([this] { showProgressPaced(); });
     }
+}
+
+void RKProgressWindow::showProgressPaced()
+{
+    const qint64 since = m_lastProgressShown.isValid() ? m_lastProgressShown.elapsed() : -1;
+    if (since >= 0 && since < kProgressIntervalMs) {
+        m_progressPacer.start(int(kProgressIntervalMs - since));
+        return;
+    }
+    m_progressQueued = false;
+    changeProgress();
 }
 
 void RKProgressWindow::archiverArchiveProgressInFile(RQZipArchiver*, quint64, quint64,

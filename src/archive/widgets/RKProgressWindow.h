@@ -4,6 +4,8 @@
 #include "zip/RQZipArchiverDelegate.h"
 
 #include <QDialog>
+#include <QElapsedTimer>
+#include <QTimer>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -81,6 +83,8 @@ protected:
     void reject() override;
 
 private:
+    // Shows the latest progress now, or once the display's pace allows.
+    void showProgressPaced();
     // Runs fn on the main thread later, unless a newer archive has started.
     void handToMainThread(std::function<void()> fn);
     void centreOver(QObject* parent);
@@ -104,5 +108,9 @@ private:
     QList<RQError> m_errors;
 
     std::atomic<quint64> m_generation{0};
+    // Set while an update of the display is on its way (queued or paced);
+    // the writer posts no further one meanwhile.
     std::atomic<bool> m_progressQueued{false};
+    QElapsedTimer m_lastProgressShown;
+    QTimer m_progressPacer;
 };
