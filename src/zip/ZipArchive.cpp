@@ -28,7 +28,7 @@
 namespace {
 
 constexpr quint64 kZip64Threshold = Q_UINT64_C(4294967296);
-// Read chunk of the writing side; the buffer has room for two more bytes.
+// Files are read 16,382 bytes at a time into a 16 KiB buffer.
 constexpr qint64 kWriteChunk = 16382;
 constexpr size_t kWriteBufferSize = 16384;
 // Reading side: one buffer, reused, large enough to keep write(2) calls few.
