@@ -45,6 +45,7 @@ function(mokuza_test_suite name)
   target_link_libraries(test_${name} PRIVATE mokuza_test_support ${M_DEPS})
   gtest_discover_tests(test_${name}
     DISCOVERY_MODE PRE_TEST
+    NO_PRETTY_VALUES
     DISCOVERY_TIMEOUT 60
     PROPERTIES LABELS "${name}" TIMEOUT 1800
                ENVIRONMENT "MOKUZA_SOURCE_DIR=${CMAKE_SOURCE_DIR}")
