@@ -793,8 +793,11 @@ bool ZipArchive::UnzipFileTo64(const QString& path, const QString& inFilePath, b
         unzCloseCurrentFile(d->_unzFile);
         return false;
     }
-    const char last = length > 0 ? d->nameBuffer[size_t(length - 1)] : '\0';
-    const bool isFolder = last == '/' || last == '\\';
+    // A folder ends in a separator character, judged on the decoded name: in
+    // Shift-JIS the byte of "\" is also the second byte of characters such as
+    // 表 and ソ, and a file whose name ends in one must stay a file.
+    const bool isFolder =
+        decoded->endsWith(QLatin1Char('/')) || decoded->endsWith(QLatin1Char('\\'));
     const QString name = slashed(*decoded);
 
     // Nothing is written outside the destination folder.

@@ -149,12 +149,14 @@ TEST_F(UnArchiverFailures, ArchiveWithoutEntriesIsCode999ThenFinished)
 
 TEST_F(UnArchiverFailures, NameThatDoesNotDecodeIsCodeTwoAndNothingIsExtracted)
 {
-    // "あ.txt" in Shift-JIS is not UTF-8.
-    const QString zip = makeArchive(path("sjis.zip"), { entry("ok.txt", "ok"), QJsonObject { { "name_hex", "82a02e747874" } } });
+    // "あ.txt" and "表" in Shift-JIS are not UTF-8; the last byte of 表 is that of "\".
+    const QString zip = makeArchive(path("sjis.zip"), { entry("ok.txt", "ok"), QJsonObject { { "name_hex", "82a02e747874" } },
+                                                       QJsonObject { { "name_hex", "955c" }, { "data", "table" } } });
     EXPECT_EQ(extract(zip, path("dest"), {}, 4), QStringList({ "error 2 " + zip, "finished " + zip }));
     EXPECT_EQ(listTree(path("dest")), QStringList());
     extract(zip, path("dest"), {}, 8);
-    EXPECT_EQ(listTree(path("dest")), QStringList({ "ok.txt", "あ.txt" }));
+    EXPECT_EQ(listTree(path("dest")), QStringList({ "ok.txt", "あ.txt", "表" }));
+    EXPECT_EQ(readFile(path("dest/表")), "table");
 }
 
 TEST_F(UnArchiverFailures, WrongPasswordFailsEveryEncryptedEntryAndStaysInside)
