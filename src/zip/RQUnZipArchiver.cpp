@@ -186,8 +186,13 @@ void RQUnZipArchiver::unArchive(const QString& destination, const QString& passw
         names.reset();
     }
     if (!names) {
+        // The archive is closed before the finished notice: its receiver may
+        // go on to remove or replace the file.
         d->raise(*run, RQError::initWithUnArchiverErrorCode(2, archive));
-        d->finish(*run, archive);
+        d->closeZip(*run);
+        d->notify([&](RQUnZipArchiverDelegate* receiver) {
+            receiver->unArchiverArchiveFinished(this, archive);
+        });
         return;
     }
     run->unArchiveFiles = *names;
