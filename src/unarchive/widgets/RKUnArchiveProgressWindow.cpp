@@ -124,6 +124,7 @@ void RKUnArchiveProgressWindow::doUnArchive(const QString& archivePath,
         const QMutexLocker locker(&m_lock);
         m_errors.clear();
         m_phase = Phase::UnArchive;
+        m_reported = false;
         prgValue = 0;
         totalValue = 0;
         prgFileName.clear();
@@ -241,6 +242,7 @@ void RKUnArchiveProgressWindow::storeProgress(Phase phase, int value, int total,
     {
         const QMutexLocker locker(&m_lock);
         m_phase = phase;
+        m_reported = true;
         prgValue = value;
         totalValue = total;
         prgFileName = fileName;
@@ -272,13 +274,13 @@ void RKUnArchiveProgressWindow::changeProgress()
     QString fileName;
     {
         const QMutexLocker locker(&m_lock);
+        if (!m_reported) {
+            return; // nothing reported yet in this run ("準備中" stays)
+        }
         phase = m_phase;
         value = prgValue;
         total = totalValue;
         fileName = prgFileName;
-    }
-    if (value == 0 && total == 0 && fileName.isEmpty() && phase == Phase::UnArchive) {
-        return; // nothing reported yet in this run
     }
     ui->textField->setText(fileName);
     ui->progressInficator->setRange(0, qMax(total, 1));

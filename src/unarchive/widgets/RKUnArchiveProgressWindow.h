@@ -123,6 +123,7 @@ private:
     // Written by the workers, read by the display update.
     mutable QMutex m_lock;
     Phase m_phase = Phase::UnArchive;
+    bool m_reported = false; // a phase reported progress in this run
     int prgValue = 0;
     int totalValue = 0;
     QString prgFileName;
