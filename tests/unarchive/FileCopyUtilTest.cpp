@@ -1,6 +1,5 @@
-// Placement of extracted items: modes, same-name policies, exclusions,
-// bundle permissions, failures and moves across file systems.
-#include "support/TestEnvironment.h"
+// Placement of extracted items: modes, same-name policies with their panels,
+// exclusions, bundle permissions, failures and moves across file systems.
 #include "support/jobs/ScriptedServices.h"
 #include "unarchive/RKFileCopyUtil.h"
 #include "unarchive/UnArchiveTestSupport.h"
@@ -9,59 +8,41 @@
 #include <QFile>
 #include <gtest/gtest.h>
 
-#include <condition_variable>
 #include <fcntl.h>
 #include <functional>
-#include <mutex>
+#include <semaphore>
 #include <sys/stat.h>
 
 using namespace UnArchiveTestSupport;
 
 namespace {
 
-// Records the notices; the test waits for the one that ends the placement.
+// Records the notices (all sent by the one worker); waitForEnd() answers the
+// one that ended the placement.
 class RecordingDelegate : public RKFileCopyUtilDelegate
 {
 public:
     std::function<void(const QString& item)> onProgress;
     QStringList notices;
     QList<RQError> errors;
+    std::binary_semaphore ended{0};
 
-    void fileCopyUtilCopyStarted(RKFileCopyUtil*, int total) override { add(QStringLiteral("started %1").arg(total)); }
-    void fileCopyUtilCopyProgress(RKFileCopyUtil*, int progress, int total, const QString& item) override
+    void fileCopyUtilCopyStarted(RKFileCopyUtil*, int total) override { notices << QStringLiteral("started %1").arg(total); }
+    void fileCopyUtilCopyProgress(RKFileCopyUtil*, int, int, const QString& item) override
     {
-        add(QStringLiteral("%1/%2").arg(progress).arg(total));
         if (onProgress) {
             onProgress(item);
         }
     }
-    void fileCopyUtilCopyFinished(RKFileCopyUtil*) override { add("finished", true); }
-    void fileCopyUtilCopyCanceled(RKFileCopyUtil*) override { add("canceled", true); }
-    void fileCopyUtilCopyError(RKFileCopyUtil*, const RQError& error) override
-    {
-        errors.append(error);
-        add("error", true);
-    }
+    void fileCopyUtilCopyFinished(RKFileCopyUtil*) override { end("finished"); }
+    void fileCopyUtilCopyCanceled(RKFileCopyUtil*) override { end("canceled"); }
+    void fileCopyUtilCopyError(RKFileCopyUtil*, const RQError& error) override { errors << error; end("error"); }
+    void end(const QString& notice) { notices << notice; ended.release(); }
     QString waitForEnd()
     {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_ended.wait_for(lock, std::chrono::minutes(2), [this] { return !m_end.isEmpty(); }); // against a hang
-        return m_end;
+        EXPECT_TRUE(ended.try_acquire_for(std::chrono::minutes(2))) << "no end notice";
+        return notices.value(notices.size() - 1);
     }
-
-private:
-    void add(const QString& notice, bool ends = false)
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        notices.append(notice);
-        if (ends) {
-            m_end = notice;
-            m_ended.notify_all();
-        }
-    }
-    std::mutex m_mutex;
-    std::condition_variable m_ended;
-    QString m_end;
 };
 
 class FileCopyUtilTest : public UnArchiveTest
@@ -70,12 +51,10 @@ protected:
     // Below a folder named "tmp", like the real working folders.
     QString work() const { return in("tmp/jp.mokuza.MOKUZA-FULL/123"); }
 
-    QString place(const RKUnArchiveProfileSetting& profile, const QString& toPath = QString(),
-                  const QString& working = QString())
+    QString place(const RKUnArchiveProfileSetting& profile, const QString& toPath, const QString& working = QString())
     {
-        util = std::make_unique<RKFileCopyUtil>((working.isEmpty() ? work() : working) + "/",
-                                                toPath.isEmpty() ? out() : toPath, in("photos.zip"),
-                                                profile, nullptr);
+        util = std::make_unique<RKFileCopyUtil>((working.isEmpty() ? work() : working) + "/", toPath,
+                                                in("photos.zip"), profile, nullptr);
         util->setDelegate(&delegate);
         util->beginCopy();
         return delegate.waitForEnd();
@@ -93,8 +72,13 @@ struct PlacementCase {
     QStringList extracted; // content "new"
     QStringList existing;  // content "old"
     QStringList expected;
-    QStringList exclusionFiles = {};
-    QStringList exclusionFolders = {};
+    QStringList asked = {};   // the clashing items the ask policy asked for ("d/": a folder)
+    QStringList answers = {}; // the panels' answers below out(); none left: cancelled
+    const char* end = "finished";
+    const char* toPath = "";    // the destination below out()
+    bool itemVanishes = false;  // after its step has begun, so its move fails
+    int errorCode = 0;
+    const char* errorPath = ""; // below out()
 };
 
 class PlacementTest : public FileCopyUtilTest, public ::testing::WithParamInterface<PlacementCase>
@@ -107,11 +91,32 @@ TEST_P(PlacementTest, PlacesItemsAsTheProfileSays)
     makeTree(work(), c.extracted, "new");
     makeTree(out(), c.existing, "old");
     RKUnArchiveProfileSetting profile = UnArchiveTestSupport::profile(c.mode, c.policy);
-    profile.exclusionFiles = c.exclusionFiles;
-    profile.exclusionFolders = c.exclusionFolders;
+    profile.exclusionFiles = QStringList{".DS_Store", "thumbs.db", "123"};
+    profile.exclusionFolders = QStringList{"__macosx", "tmp", "123", "jp.*"};
+    QStringList answers;
+    for (const QString& answer : c.answers) {
+        answers << out(answer);
+    }
+    services.panels.script(answers);
+    if (c.itemVanishes) {
+        delegate.onProgress = [](const QString& item) { QFile::remove(item); };
+    }
 
-    EXPECT_EQ(place(profile), "finished");
+    EXPECT_EQ(place(profile, out(c.toPath)), c.end);
     EXPECT_EQ(snapshot(out()), c.expected);
+    EXPECT_EQ(delegate.errors, c.errorCode ? QList<RQError>{RQError::initWithFileCopyUtilErrorCode(c.errorCode, out(c.errorPath))}
+                                           : QList<RQError>{});
+    EXPECT_EQ(delegate.notices.value(0).startsWith("started"), c.errorCode != 1) << "no Started notice before error 1";
+    const auto calls = services.panels.calls();
+    ASSERT_EQ(calls.size(), c.asked.size()) << "items follow their folder without asking";
+    for (qsizetype i = 0; i < calls.size(); ++i) {
+        const bool folder = c.asked[i].endsWith('/');
+        const QString name = folder ? c.asked[i].chopped(1) : c.asked[i];
+        EXPECT_EQ(calls[i].title + " " + calls[i].message, "MOKUZA-FULL " + work() + "/" + name + " の保存先を選択して下さい。");
+        EXPECT_EQ(calls[i].url, out(name));
+        EXPECT_TRUE(folder ? !calls[i].save && calls[i].selectMode == 1 : calls[i].save && calls[i].types.isEmpty());
+        EXPECT_FALSE(calls[i].onMainThread);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -119,21 +124,25 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         PlacementCase{"NewFolderAfterPhotosAndPhotos2", 1, 0, {"a.txt", "d/", "d/b"}, {"photos/", "photos 2/"},
                       {"photos 2/", "photos 3/", "photos 3/a.txt=new", "photos 3/d/", "photos 3/d/b=new", "photos/"}},
-        PlacementCase{"NewFolderBesideFileNamedPhotos", 1, 0, {"a.txt"}, {"photos"},
-                      {"photos 2/", "photos 2/a.txt=new", "photos=old"}},
+        PlacementCase{"NewFolderBesideFileNamedPhotos", 1, 0, {"a.txt"}, {"photos"}, {"photos 2/", "photos 2/a.txt=new", "photos=old"}},
         PlacementCase{"RenameAfterA2", 0, 2, {"a.txt"}, {"a.txt", "a 2.txt"}, {"a 2.txt=old", "a 3.txt=new", "a.txt=old"}},
         PlacementCase{"RenameKeepsInnerDots", 0, 2, {"r.final.pdf"}, {"r.final.pdf"}, {"r.final 2.pdf=new", "r.final.pdf=old"}},
         PlacementCase{"RenameNameWithoutDot", 0, 2, {"README"}, {"README"}, {"README 2=new", "README=old"}},
         PlacementCase{"RenamedFolderTakesItsItems", 0, 2, {"d/", "d/x", "d/e/", "d/e/y"}, {"d/", "d/x"},
                       {"d 2/", "d 2/e/", "d 2/e/y=new", "d 2/x=new", "d/", "d/x=old"}},
-        PlacementCase{"OverwriteFolderRemovesItsContents", 0, 1, {"d/", "d/new"}, {"d/", "d/old", "d/sub/", "d/sub/z"},
-                      {"d/", "d/new=new"}},
+        PlacementCase{"OverwriteFolderRemovesItsContents", 0, 1, {"d/", "d/new"}, {"d/", "d/old", "d/sub/", "d/sub/z"}, {"d/", "d/new=new"}},
         PlacementCase{"OverwriteFileWithFolder", 0, 1, {"photos/", "photos/a"}, {"photos"}, {"photos/", "photos/a=new"}},
-        PlacementCase{"ExcludedNamesAreNeverPlaced", 0, 0,
-                      {"__MACOSX/", "__MACOSX/._a", ".DS_Store", "a/", "a/.DS_Store", "a/b", "Thumbs.db/"}, {},
-                      {"Thumbs.db/", "a/", "a/b=new"}, {".DS_Store", "thumbs.db"}, {"__macosx"}},
-        PlacementCase{"TemporaryFolderNamesExcludeNothing", 1, 0, {"tmp/", "tmp/x", "keep"}, {},
-                      {"photos/", "photos/keep=new"}, {"123"}, {"tmp", "123", "jp.*"}}),
+        PlacementCase{"AskSavesAClashingFileWhereTheUserSays", 0, 0, {"a.txt"}, {"a.txt"}, {"a.txt=old", "chosen.txt=new"},
+                      {"a.txt"}, {"chosen.txt"}},
+        PlacementCase{"AskRelocatesAClashingFolderWithItsItems", 0, 0, {"d/", "d/x", "d/e/", "d/e/y"}, {"d/", "d/x", "there/"},
+                      {"d/", "d/x=old", "there/", "there/d/", "there/d/e/", "there/d/e/y=new", "there/d/x=new"}, {"d/"}, {"there"}},
+        PlacementCase{"AskCancelledIsACancel", 0, 0, {"a.txt"}, {"a.txt"}, {"a.txt=old"}, {"a.txt"}, {}, "canceled"},
+        PlacementCase{"ExcludedNamesAreNeverPlaced", 0, 0, {"__MACOSX/", "__MACOSX/._a", ".DS_Store", "a/", "a/.DS_Store", "a/b", "Thumbs.db/"},
+                      {}, {"Thumbs.db/", "a/", "a/b=new"}},
+        PlacementCase{"TemporaryFolderNamesExcludeNothing", 1, 0, {"tmp/", "tmp/x", "keep"}, {}, {"photos/", "photos/keep=new"}},
+        PlacementCase{"RootCannotBeMadeIsError1", 1, 0, {"a.txt"}, {"file"}, {"file=old"}, {}, {}, "error", "file/sub", false, 1, "file/sub/photos"},
+        PlacementCase{"ItemCannotBeMovedIsError2", 0, 0, {"a.txt"}, {"file"}, {"file=old"}, {}, {}, "error", "file", false, 2, "file/a.txt"},
+        PlacementCase{"FailedOverwritePutsTheOldBack", 0, 1, {"a.txt"}, {"a.txt"}, {"a.txt=old"}, {}, {}, "error", "", true, 2, "a.txt"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 class BundlePermissionTest : public FileCopyUtilTest, public ::testing::WithParamInterface<bool>
@@ -142,104 +151,20 @@ class BundlePermissionTest : public FileCopyUtilTest, public ::testing::WithPara
 
 TEST_P(BundlePermissionTest, ProgramGetsExecutePermissionOnlyInAWholeBundle)
 {
-    const bool withPkgInfo = GetParam();
     makeTree(work(), {"X.app/Contents/MacOS/App", "X.app/Contents/Resources/", "X.app/Contents/Info.plist"}, "x");
-    if (withPkgInfo) {
+    if (GetParam()) {
         makeTree(work(), {"X.app/Contents/PkgInfo"}, "x");
     }
     ASSERT_EQ(::chmod(QFile::encodeName(work() + "/X.app/Contents/MacOS/App").constData(), 0644), 0);
 
-    EXPECT_EQ(place(profile(0)), "finished");
+    EXPECT_EQ(place(profile(0), out()), "finished");
     struct stat st;
     ASSERT_EQ(::stat(QFile::encodeName(out("X.app/Contents/MacOS/App")).constData(), &st), 0);
-    EXPECT_EQ(st.st_mode & 07777, withPkgInfo ? 0755u : 0644u);
+    EXPECT_EQ(st.st_mode & 07777, GetParam() ? 0755u : 0644u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Bundle, BundlePermissionTest, ::testing::Bool(),
                          [](const auto& info) { return info.param ? "WithPkgInfo" : "WithoutPkgInfo"; });
-
-TEST_F(FileCopyUtilTest, AskPolicySavesAClashingFileWhereTheUserSays)
-{
-    makeTree(work(), {"a.txt"}, "new");
-    makeTree(out(), {"a.txt"}, "old");
-    services.panels.script({out("chosen.txt")});
-
-    EXPECT_EQ(place(profile(0, 0)), "finished");
-
-    EXPECT_EQ(snapshot(out()), (QStringList{"a.txt=old", "chosen.txt=new"}));
-    const auto calls = services.panels.calls();
-    ASSERT_EQ(calls.size(), 1);
-    EXPECT_TRUE(calls[0].save && calls[0].types.isEmpty() && !calls[0].onMainThread);
-    EXPECT_EQ(calls[0].title + " " + calls[0].message, "MOKUZA-FULL " + work() + "/a.txt の保存先を選択して下さい。");
-    EXPECT_EQ(calls[0].url, out("a.txt"));
-}
-
-TEST_F(FileCopyUtilTest, AskPolicyRelocatesAClashingFolderWithItsItems)
-{
-    makeTree(work(), {"d/", "d/x", "d/e/", "d/e/y"}, "new");
-    makeTree(out(), {"d/", "d/x", "there/"}, "old");
-    services.panels.script({out("there")});
-
-    EXPECT_EQ(place(profile(0, 0)), "finished");
-
-    EXPECT_EQ(snapshot(out()), (QStringList{"d/", "d/x=old", "there/", "there/d/", "there/d/e/", "there/d/e/y=new",
-                                            "there/d/x=new"}));
-    const auto calls = services.panels.calls();
-    ASSERT_EQ(calls.size(), 1) << "the items follow their folder without asking";
-    EXPECT_EQ(calls[0].selectMode, 1);
-    EXPECT_EQ(calls[0].url, out("d"));
-}
-
-TEST_F(FileCopyUtilTest, NoticesCountTheWorkingFolderAndSkipItsStep)
-{
-    makeTree(work(), {"d/", "d/e/", "d/e/f"}, "new");
-
-    EXPECT_EQ(place(profile(1)), "finished");
-
-    EXPECT_EQ(delegate.notices, (QStringList{"started 4", "2/4", "3/4", "4/4", "finished"}));
-    EXPECT_EQ(util->destPaths(), (QStringList{out("photos/d"), out("photos/d/e"), out("photos/d/e/f")}));
-}
-
-TEST_F(FileCopyUtilTest, FailuresAreErrors1And2)
-{
-    makeTree(work(), {"a.txt"}, "new");
-    makeTree(out(), {"file"}, "old");
-
-    EXPECT_EQ(place(profile(1), out("file/sub")), "error");
-    EXPECT_EQ(delegate.notices, QStringList{"error"}) << "no Started notice";
-    EXPECT_EQ(delegate.errors.value(0), RQError::initWithFileCopyUtilErrorCode(1, out("file/sub/photos")));
-
-    RecordingDelegate second;
-    util = std::make_unique<RKFileCopyUtil>(work(), out("file"), in("photos.zip"), profile(0), nullptr);
-    util->setDelegate(&second);
-    util->beginCopy();
-    EXPECT_EQ(second.waitForEnd(), "error");
-    EXPECT_EQ(second.errors.value(0), RQError::initWithFileCopyUtilErrorCode(2, out("file/a.txt")));
-    EXPECT_EQ(snapshot(out()), QStringList{"file=old"});
-}
-
-TEST_F(FileCopyUtilTest, FailedOverwritePutsTheExistingItemBack)
-{
-    makeTree(work(), {"a.txt"}, "new");
-    makeTree(out(), {"a.txt"}, "old");
-    // The extracted file vanishes once its step has begun: the move fails
-    // after the existing file was set aside.
-    delegate.onProgress = [](const QString& item) { QFile::remove(item); };
-
-    EXPECT_EQ(place(profile(0, 1)), "error");
-    EXPECT_EQ(snapshot(out()), QStringList{"a.txt=old"});
-}
-
-TEST_F(FileCopyUtilTest, LinksArePlacedAsLinksAndNeverFollowed)
-{
-    makeTree(in("outside"), {"secret"}, "outside");
-    ASSERT_TRUE(QDir().mkpath(work()) && QFile::link(in("outside"), work() + "/link"));
-
-    EXPECT_EQ(place(profile(0)), "finished");
-
-    EXPECT_EQ(snapshot(out()), QStringList{"link->" + in("outside")});
-    EXPECT_EQ(snapshot(in("outside")), QStringList{"secret=outside"});
-}
 
 TEST_F(FileCopyUtilTest, MoveAcrossFileSystemsKeepsTimeAndMode)
 {

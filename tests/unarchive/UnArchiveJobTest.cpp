@@ -1,33 +1,70 @@
-// Whole unarchive jobs, headless: scripted chooser and prompt, the real
-// runner window on the offscreen platform, a captured result window.
+// Whole unarchive runs, headless: the real runner window on the offscreen
+// platform with archives made by peer tools, scripted chooser and prompt (and
+// once the real prompt), a captured result window.
+#include "settings/RKPasswordPrompt.h"
 #include "settings/RKSetting.h"
 #include "support/TestEnvironment.h"
 #include "support/jobs/ScriptedServices.h"
+#include "ui/KSPasswordField.h"
+#include "unarchive/RKUnArchiveMultiAnyTime.h"
+#include "unarchive/RKUnArchiveMultiSameSource.h"
+#include "unarchive/RKUnArchiveMultiStaticFolder.h"
+#include "unarchive/RKUnArchiveSingleAnyTime.h"
+#include "unarchive/RKUnArchiveSingleStaticFolder.h"
 #include "unarchive/UnArchiveTestSupport.h"
+#include "unarchive/widgets/RKUnArchivePasswordWindow.h"
 #include "unarchive/widgets/RKUnArchiveProgressWindow.h"
 
+#include <QApplication>
+#include <QCheckBox>
 #include <QDir>
 #include <QFileInfo>
+#include <QLabel>
+#include <QPushButton>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 using namespace UnArchiveTestSupport;
 
 namespace {
 
-class UnArchiveJobTest : public UnArchiveTest
+void runTool(const QString& program, const QStringList& arguments, const QString& workingDirectory = {})
+{
+    const auto result = TestEnvironment::run(program, arguments, workingDirectory);
+    ASSERT_EQ(result.exitCode, 0) << program.toStdString() << ": " << result.err.toStdString();
+}
+
+class UnArchiveRunTest : public UnArchiveTest
 {
 protected:
-    void SetUp() override
+    UnArchiveRunTest() { services.host.unArchiveRunner = &runner; }
+
+    // Archives a.txt, d/ and d/b.txt (content "data") with zip or 7z.
+    QString makeArchive(const QString& path, const QString& tool = "zip", const QStringList& options = {})
     {
-        UnArchiveTest::SetUp();
-        services.host.unArchiveRunner = &runner;
-        makeTree(in("content"), {"a.txt"}, "data");
-    }
-    QString makeArchive(const QString& path)
-    {
+        makeTree(in("content"), {"a.txt", "d/", "d/b.txt"}, "data");
         QDir().mkpath(QFileInfo(path).absolutePath());
-        runTool("zip", {"-q", path, "a.txt"}, in("content"));
+        const QStringList common = tool == "7z" ? QStringList{"a", "-tzip", "-bd"} : QStringList{"-r", "-q"};
+        runTool(tool, common + options + QStringList{path, "a.txt", "d"}, in("content"));
         return path;
+    }
+    // Starts the job and turns the event loop until it emitted finished(); how often it did.
+    int runJob(const std::shared_ptr<RKUnArchiveBase>& job)
+    {
+        int finished = 0;
+        QObject::connect(job.get(), &RKUnArchiveBase::finished, [&finished] { ++finished; });
+        job->startProcess();
+        EXPECT_TRUE(TestEnvironment::waitFor([&finished] { return finished > 0; }, 120000));
+        QCoreApplication::processEvents(); // a second finished() would show now
+        return finished;
+    }
+    QStringList notices() const
+    {
+        QStringList lines;
+        for (const auto& n : services.notifier.delivered()) {
+            lines << n.title + " | " + n.subtitle + " | " + n.informativeText;
+        }
+        return lines;
     }
     // One result window; its records as "title | destination | error count".
     QStringList results() const
@@ -45,78 +82,202 @@ protected:
     RKUnArchiveProgressWindow runner;
 };
 
-TEST_F(UnArchiveJobTest, SameSourceExtractsNextToEachArchiveThenQuitsWhenAsked)
+const QStringList kPlaced{"secret/", "secret/a.txt=data", "secret/d/", "secret/d/b.txt=data"};
+
+struct PasswordCase {
+    const char* name;
+    const char* tool;
+    const char* typed; // nullptr: the archive has no password
+    bool placed;
+};
+
+class PasswordTest : public UnArchiveRunTest, public ::testing::WithParamInterface<PasswordCase>
+{
+};
+
+TEST_P(PasswordTest, OnePromptThenPlacedOrErrors)
+{
+    const PasswordCase& c = GetParam();
+    const bool sevenZip = QString(c.tool) == "7z";
+    const QStringList options = !c.typed ? QStringList{} : sevenZip ? QStringList{"-ps3cret"} : QStringList{"-P", "s3cret"};
+    const QString archive = makeArchive(in("secret.zip"), c.tool, options);
+    freezeInputs();
+    services.passwords.unArchiveAnswers = {c.typed ? c.typed : "unused"};
+
+    runner.runUnArchive(nullptr, archive, profile(1), out());
+
+    EXPECT_EQ(services.passwords.unArchivePromptCount, c.typed ? 1 : 0) << "one attempt only";
+    EXPECT_EQ(runner.usedPassword(), c.typed ? QString(c.typed) : QString());
+    EXPECT_FALSE(runner.isVisible());
+    if (c.placed) {
+        EXPECT_EQ(snapshot(out()), kPlaced);
+        EXPECT_TRUE(runner.errors().isEmpty());
+        EXPECT_EQ(notices(), QStringList{"MOKUZA-FULL | " + archive + " | 解凍が完了しました"});
+        EXPECT_EQ(runner.windowTitle(), "コピー中 - 100.0%");
+    } else {
+        EXPECT_EQ(snapshot(out()), QStringList{}) << "nothing placed";
+        EXPECT_FALSE(runner.errors().isEmpty());
+        EXPECT_EQ(runner.errors().value(0).family(), RQError::Family::UnArchiver);
+        EXPECT_EQ(notices(), QStringList{"MOKUZA-FULL | " + archive + " | 解凍が完了しましたが、エラーがあります"});
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Password, PasswordTest,
+                         ::testing::Values(PasswordCase{"NoPassword", "zip", nullptr, true},
+                                           PasswordCase{"ZipRight", "zip", "s3cret", true},
+                                           PasswordCase{"SevenZipRight", "7z", "s3cret", true},
+                                           PasswordCase{"ZipWrong", "zip", "wrong", false},
+                                           PasswordCase{"SevenZipWrong", "7z", "wrong", false},
+                                           PasswordCase{"ZipEmpty", "zip", "", false}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(UnArchiveRunTest, RealPromptIsCentredMaskedAndItsButtonAccepts)
+{
+    const QString archive = makeArchive(in("secret.zip"), "zip", {"-P", "s3cret"});
+    struct WindowPrompt : RKPasswordPrompt {
+        QString showPasswordDialog(QObject*, const RKProfileSetting&) override { return {}; }
+        QString askUnArchivePassword(QObject* runnerWindow) override
+        {
+            return RKUnArchivePasswordWindow::runModal(qobject_cast<QWidget*>(runnerWindow));
+        }
+    } prompt;
+    RKPasswordPrompt::setCurrent(&prompt);
+    bool answered = false;
+    QTimer driver;
+    QObject::connect(&driver, &QTimer::timeout, [&] {
+        auto* window = qobject_cast<RKUnArchivePasswordWindow*>(QApplication::activeModalWidget());
+        if (!window || std::exchange(answered, true)) {
+            return;
+        }
+        const QRect outer = runner.geometry();
+        const QRect inner = window->geometry();
+        EXPECT_EQ(inner.topLeft(), outer.topLeft() + QPoint((outer.width() - inner.width()) / 2, (outer.height() - inner.height()) / 2));
+        EXPECT_FALSE(window->btnShowPassword()->isChecked() || window->scPassword()->showsText());
+        window->btnShowPassword()->click();
+        EXPECT_TRUE(window->scPassword()->showsText());
+        window->scPassword()->setText("s3cret");
+        window->btnCancel()->click();
+    });
+    driver.start(10);
+
+    runner.move(200, 150);
+    runner.runUnArchive(nullptr, archive, profile(1), out());
+    RKPasswordPrompt::setCurrent(&services.passwords);
+
+    EXPECT_TRUE(answered);
+    EXPECT_EQ(runner.usedPassword(), "s3cret");
+    EXPECT_EQ(snapshot(out()), kPlaced);
+}
+
+TEST_F(UnArchiveRunTest, CancelDuringExtractionPlacesNothing)
+{
+    runner.show();
+    runner.doUnArchive(makeArchive(in("secret.zip")), profile(0), out());
+    runner.btnCansel()->click(); // whether or not the reader is through, nothing is placed
+    runner.exec();
+
+    EXPECT_EQ(snapshot(out()), QStringList{});
+    EXPECT_TRUE(runner.errors().isEmpty() && notices().isEmpty());
+}
+
+TEST_F(UnArchiveRunTest, CancelDuringPlacementKeepsWhatWasPlaced)
+{
+    const QString archive = makeArchive(in("secret.zip"));
+    makeTree(out(), {"d/", "there/"}, "old");
+    // The clashing folder's panel is answered after the cancel button was
+    // pressed: its step completes, the next one (its first item) stops.
+    services.panels.setResponder([this](const ScriptedPanelService::Call&) {
+        QMetaObject::invokeMethod(&runner, [this] { runner.btnCansel()->click(); }, Qt::BlockingQueuedConnection);
+        return out("there");
+    });
+
+    runner.runUnArchive(nullptr, archive, profile(0, 0), out());
+
+    const QStringList placed = snapshot(out());
+    EXPECT_TRUE(placed.contains("there/d/"));
+    EXPECT_FALSE(placed.contains("there/d/b.txt=data"));
+    EXPECT_TRUE(runner.errors().isEmpty() && notices().isEmpty());
+}
+
+TEST_F(UnArchiveRunTest, TitleShowsThePhaseAndItsPercentage)
+{
+    auto& reader = static_cast<RQUnZipArchiverDelegate&>(runner);
+    auto& placer = static_cast<RKFileCopyUtilDelegate&>(runner);
+    const auto shows = [this](const QString& title) {
+        return TestEnvironment::waitFor([&] { return runner.windowTitle() == title; }, 10000);
+    };
+    reader.unArchiverArchiveStarted(nullptr, 0);
+    EXPECT_TRUE(shows("解凍中 - 100.0%")) << "a phase with nothing to do is complete";
+    reader.unArchiverArchiveProgress(nullptr, 17, 40, "item");
+    EXPECT_TRUE(shows("解凍中 - 42.5%"));
+    placer.fileCopyUtilCopyProgress(nullptr, 1, 3, "placed");
+    EXPECT_TRUE(shows("コピー中 - 33.3%"));
+    EXPECT_EQ(runner.textField()->text(), "placed");
+}
+
+TEST_F(UnArchiveRunTest, SameSourceExtractsNextToEachArchiveThenQuitsWhenAsked)
 {
     // Next to the sources is the destination, so they lie in the output area.
     const QString first = makeArchive(out("one/first.zip"));
     const QString second = makeArchive(out("two/second.zip"));
     services.host.reserve = true;
 
-    EXPECT_EQ(runJob("MultiSameSource", {first, second}, profile(1)), 1);
+    EXPECT_EQ(runJob(std::make_shared<RKUnArchiveMultiSameSource>(QStringList{first, second}, profile(1), nullptr)), 1);
 
-    EXPECT_TRUE(QFileInfo::exists(out("one/first/a.txt")) && QFileInfo::exists(out("two/second/a.txt")));
+    EXPECT_TRUE(QFileInfo::exists(out("one/first/a.txt")) && QFileInfo::exists(out("two/second/d/b.txt")));
     EXPECT_EQ(results(), (QStringList{"first.zip | " + out("one") + " | 0", "second.zip | " + out("two") + " | 0"}));
     EXPECT_TRUE(services.panels.calls().isEmpty());
     EXPECT_EQ(services.host.terminateCalls, 1);
 }
 
 struct AskCase {
-    const char* jobClass;
-    int archives;
-    const char* message;
+    const char* name;
+    bool multi;
+    bool cancelled;
+    QStringList placed;
 };
 
-class AskedDestinationTest : public UnArchiveJobTest, public ::testing::WithParamInterface<AskCase>
+class AskedDestinationTest : public UnArchiveRunTest, public ::testing::WithParamInterface<AskCase>
 {
-protected:
-    QStringList dropArchives()
-    {
-        QStringList items;
-        for (int i = 1; i <= GetParam().archives; ++i) {
-            items << makeArchive(in(QStringLiteral("drop/n%1.zip").arg(i)));
-        }
-        freezeInputs();
-        return items;
-    }
 };
 
 TEST_P(AskedDestinationTest, OneChooserForEveryArchive)
 {
-    const QStringList items = dropArchives();
-    services.panels.script({out()});
+    const AskCase& c = GetParam();
+    QStringList items{makeArchive(in("drop/n1.zip"))};
+    if (c.multi) {
+        items << makeArchive(in("drop/n2.zip"));
+    }
+    freezeInputs();
+    services.host.reserve = c.cancelled; // even an application started to open items stays open
+    services.panels.script({c.cancelled ? QString() : out()});
 
-    EXPECT_EQ(runJob(GetParam().jobClass, items, profile(0, 2)), 1);
+    EXPECT_EQ(runJob(c.multi ? std::shared_ptr<RKUnArchiveBase>(std::make_shared<RKUnArchiveMultiAnyTime>(items, profile(0, 2), nullptr))
+                             : std::make_shared<RKUnArchiveSingleAnyTime>(items, profile(0, 2), nullptr)),
+              1);
 
     const auto calls = services.panels.calls();
     ASSERT_EQ(calls.size(), 1);
-    EXPECT_EQ(calls[0].title + " " + calls[0].message, "MOKUZA-FULL " + items[0] + GetParam().message);
+    EXPECT_EQ(calls[0].title + " " + calls[0].message,
+              "MOKUZA-FULL " + items[0] + (c.multi ? " の解凍先を選択して下さい。" : " の解凍先を選択してください。"));
     EXPECT_EQ(calls[0].url, in("drop"));
     EXPECT_TRUE(!calls[0].save && calls[0].selectMode == 1 && calls[0].onMainThread);
-    const QStringList expected = GetParam().archives == 1 ? QStringList{"a.txt=data"}
-                                                          : QStringList{"a 2.txt=data", "a.txt=data"};
-    EXPECT_EQ(snapshot(out()), expected);
-    EXPECT_EQ(results().size(), GetParam().archives);
-}
-
-TEST_P(AskedDestinationTest, CancelledChooserEndsTheJobQuietly)
-{
-    const QStringList items = dropArchives();
-    services.host.reserve = true; // even an application started to open items stays open
-    services.panels.script({QString()});
-
-    EXPECT_EQ(runJob(GetParam().jobClass, items, profile(1)), 1);
-
-    EXPECT_TRUE(services.host.results.shown.isEmpty() && services.notifier.delivered().isEmpty());
+    EXPECT_EQ(snapshot(out()), c.placed);
     EXPECT_EQ(services.host.terminateCalls, 0);
-    EXPECT_EQ(snapshot(out()), QStringList{});
+    if (c.cancelled) {
+        EXPECT_TRUE(services.host.results.shown.isEmpty() && services.notifier.delivered().isEmpty());
+    } else {
+        EXPECT_EQ(results().size(), items.size());
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Ask, AskedDestinationTest,
-                         ::testing::Values(AskCase{"SingleAnyTime", 1, " の解凍先を選択してください。"},
-                                           AskCase{"MultiAnyTime", 2, " の解凍先を選択して下さい。"}),
-                         [](const auto& info) { return std::string(info.param.jobClass); });
+                         ::testing::Values(AskCase{"Single", false, false, {"a.txt=data", "d/", "d/b.txt=data"}},
+                                           AskCase{"Multi", true, false, {"a 2.txt=data", "a.txt=data", "d 2/", "d 2/b.txt=data", "d/", "d/b.txt=data"}},
+                                           AskCase{"SingleCancelled", false, true, {}}, AskCase{"MultiCancelled", true, true, {}}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(UnArchiveJobTest, FixedFolderIsMadeAndAFailedArchiveDoesNotStopTheNext)
+TEST_F(UnArchiveRunTest, FixedFolderIsMadeAndAFailedArchiveDoesNotStopTheNext)
 {
     ASSERT_TRUE(TestEnvironment::writeFile(in("broken.zip"), "PK\x03\x04 cut short"));
     const QString good = makeArchive(in("good.zip"));
@@ -124,33 +285,82 @@ TEST_F(UnArchiveJobTest, FixedFolderIsMadeAndAFailedArchiveDoesNotStopTheNext)
     RKUnArchiveProfileSetting fixed = profile(1);
     fixed.saveStaticFolderPath = out("not/yet");
 
-    EXPECT_EQ(runJob("MultiStaticFolder", {in("broken.zip"), good}, fixed), 1);
+    EXPECT_EQ(runJob(std::make_shared<RKUnArchiveMultiStaticFolder>(QStringList{in("broken.zip"), good}, fixed, nullptr)), 1);
 
     EXPECT_EQ(results(), (QStringList{"broken.zip | " + out("not/yet") + " | 1", "good.zip | " + out("not/yet") + " | 0"}));
     EXPECT_EQ(services.host.results.shown.value(0).value(0).errors.items.value(0),
               RQError::initWithUnArchiverErrorCode(2, in("broken.zip")));
-    EXPECT_EQ(snapshot(out()), (QStringList{"not/", "not/yet/", "not/yet/good/", "not/yet/good/a.txt=data"}));
+    EXPECT_EQ(snapshot(out()), (QStringList{"not/", "not/yet/", "not/yet/good/", "not/yet/good/a.txt=data", "not/yet/good/d/",
+                                            "not/yet/good/d/b.txt=data"}));
 }
 
-// The factory "Win To Mac" profile on an archive as Windows writes it.
-TEST_F(UnArchiveJobTest, WindowsArchiveWithTheFactoryWinToMacProfile)
+// An archive whose entry names are these raw bytes without the UTF-8 flag, as
+// Windows writes them (made by Python's zipfile). Entry i holds the text i.
+void writeRawNameArchive(const QString& archivePath, const QList<QByteArray>& rawNames)
 {
-    writeRawNameArchive(in("資料.zip"), {QByteArray::fromHex("93fa967b8cea83748348838b835f2f"), // 日本語フォルダ/
-                                         QByteArray::fromHex("93fa967b8cea83748348838b835f2f955c2e747874"), // 表.txt (0x5C trail)
-                                         QByteArray::fromHex("8160874081612e747874"), // ～①∥.txt
-                                         QByteArray::fromHex("b6c0b6c5"),              // ｶﾀｶﾅ
-                                         "Thumbs.db", "desktop.ini"});
+    QStringList hexNames; // as hex, so no shell or code page touches the bytes
+    for (const QByteArray& name : rawNames) {
+        hexNames << QString::fromLatin1(name.toHex());
+    }
+    const QString script = R"(
+import sys, zipfile
+class RawName(zipfile.ZipInfo):
+    def _encodeFilenameFlags(self):
+        return self.filename.encode('cp437'), self.flag_bits & ~0x800
+with zipfile.ZipFile(sys.argv[1], 'w') as archive:
+    for index, name in enumerate(sys.argv[2:]):
+        info = RawName(bytes.fromhex(name).decode('cp437'), (2020, 1, 2, 3, 4, 6))
+        folder = info.filename.endswith('/')
+        info.external_attr = (0o40755 << 16 | 0x10) if folder else 0o644 << 16
+        archive.writestr(info, '' if folder else str(index))
+)";
+    runTool("python3", QStringList{"-c", script, archivePath} + hexNames);
+}
+
+struct RawNameCase {
+    const char* name;
+    QList<QByteArray> rawNames;
+    quint64 encoding; // 0: as the factory "Win To Mac" profile says
+    QStringList placed; // empty: error 2, nothing placed
+};
+
+class RawNameTest : public UnArchiveRunTest, public ::testing::WithParamInterface<RawNameCase>
+{
+};
+
+TEST_P(RawNameTest, WindowsNamesWithTheFactoryWinToMacProfile)
+{
+    const RawNameCase& c = GetParam();
+    writeRawNameArchive(in("資料.zip"), c.rawNames);
     freezeInputs();
-    const RKUnArchiveProfileSetting winToMac = RKSetting().unArchiveProfiles.value(0);
+    RKUnArchiveProfileSetting winToMac = RKSetting().unArchiveProfiles.value(0);
     ASSERT_EQ(winToMac.profileName, "Win To Mac");
-    services.panels.script({out()});
+    winToMac.saveStaticFolderPath = out();
+    winToMac.sourceEncoding = c.encoding ? c.encoding : winToMac.sourceEncoding;
 
-    EXPECT_EQ(runJob("SingleAnyTime", {in("資料.zip")}, winToMac), 1);
+    EXPECT_EQ(runJob(std::make_shared<RKUnArchiveSingleStaticFolder>(QStringList{in("資料.zip")}, winToMac, nullptr)), 1);
 
-    QStringList expected{"資料/", "資料/日本語フォルダ/", "資料/日本語フォルダ/表.txt=1", "資料/～①∥.txt=2", "資料/ｶﾀｶﾅ=3"};
+    QStringList expected = c.placed;
     expected.sort();
     EXPECT_EQ(snapshot(out()), expected);
-    EXPECT_EQ(results(), QStringList{"資料.zip | " + out() + " | 0"});
+    EXPECT_EQ(results(), QStringList{"資料.zip | " + out() + " | " + (c.placed.isEmpty() ? "1" : "0")});
+    if (c.placed.isEmpty()) {
+        EXPECT_EQ(runner.errors(), QList<RQError>{RQError::initWithUnArchiverErrorCode(2, in("資料.zip"))});
+    }
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Names, RawNameTest,
+    ::testing::Values(RawNameCase{"ShiftJIS",
+                                  {QByteArray::fromHex("93fa967b8cea83748348838b835f2f"), // 日本語フォルダ/
+                                   QByteArray::fromHex("93fa967b8cea83748348838b835f2f955c2e747874"), // 表.txt (0x5C trail)
+                                   QByteArray::fromHex("8160874081612e747874"), // ～①∥.txt
+                                   QByteArray::fromHex("b6c0b6c5"),              // ｶﾀｶﾅ
+                                   "Thumbs.db", "desktop.ini"},
+                                  0,
+                                  {"資料/", "資料/日本語フォルダ/", "資料/日本語フォルダ/表.txt=1", "資料/～①∥.txt=2", "資料/ｶﾀｶﾅ=3"}},
+                      RawNameCase{"ShiftJISLeadByteAlone", {"fine.txt", QByteArray::fromHex("61812e")}, 0, {}},
+                      RawNameCase{"Utf8Undecodable", {"fine.txt", QByteArray::fromHex("fffe2e747874")}, 4, {}}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace
