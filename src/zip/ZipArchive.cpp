@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QRandomGenerator>
+#include <QScopeGuard>
 
 #include <quazip/unzip.h>
 #include <quazip/zip.h>
@@ -481,6 +482,14 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
 
     bool result = true;
     quint64 done = 0;
+    // An exception from the progress block leaves with the file and the entry
+    // closed, so the archive stays whole for the caller to close.
+    auto closeOnThrow = qScopeGuard([&] {
+        if (fd >= 0) {
+            ::close(fd);
+        }
+        zipCloseFileInZip(d->_zipFile);
+    });
     if (!isFolder) {
         for (;;) {
             const qint64 n = retryRead(fd, buffer, kWriteChunk);
@@ -503,6 +512,9 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
                 break;
             }
         }
+    }
+    closeOnThrow.dismiss();
+    if (fd >= 0) {
         ::close(fd);
     }
     if (zipCloseFileInZip(d->_zipFile) != ZIP_OK) {

@@ -3,8 +3,11 @@
 
 #include "support/TestEnvironment.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
+#include <stdexcept>
 
 using TestEnvironment::listTree;
 using TestEnvironment::readFile;
@@ -26,6 +29,25 @@ TEST_F(ArchiverFrontEnd, MissingItemIsCodeOneAndTheRestIsStored)
               QStringList({ "started 3", "progress 1/3 " + a, "error 1 " + gone, "progress 3/3 " + c,
                             "finished " + zip }));
     EXPECT_EQ(entryNames(zip), QStringList({ "a.txt", "c.txt" }));
+}
+
+TEST_F(ArchiverFrontEnd, ExceptionInAStepIsCode999AndTheArchiveIsClosed)
+{
+    struct Throwing : ArchiverRecorder {
+        void archiverArchiveProgressInFile(RQZipArchiver*, quint64, quint64, const QString&) override { throw std::runtime_error("x"); }
+    } recorder;
+    const QString a = file("a.txt", "a"), b = file("b.txt", "b"), zip = path("out.zip");
+    const auto descriptors = [] { return QDir("/proc/self/fd").count(); };
+    const auto before = descriptors();
+    {
+        RQZipArchiver archiver;
+        archiver.setDelegate(&recorder);
+        archiver.archive(zip, { a, b }, 4);
+        ASSERT_TRUE(recorder.log.waitForEnd());
+    }
+    EXPECT_EQ(recorder.log.lines(), QStringList({ "started 2", "progress 1/2 " + a, "error 999 ", "finished " + zip }));
+    EXPECT_EQ(descriptors(), before) << "the item's file is closed";
+    EXPECT_EQ(peer({ "test", zip }), 0);
 }
 
 // Entry names are the item paths without the folder of the first item.
