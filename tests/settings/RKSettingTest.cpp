@@ -1,49 +1,17 @@
 #include "settings/RKSetting.h"
 
 #include "platform/RKAppInfo.h"
-#include "platform/RKKeyedArchiver.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSet>
 #include <QSettings>
-#include <QTemporaryDir>
-
-#include <memory>
 
 namespace {
-
-// Children of the concurrency test share their parent's store through these.
-const char* const kStoreDirVariable = "MOKUZA_SETTINGS_TEST_STORE";
-const char* const kChildTagVariable = "MOKUZA_SETTINGS_TEST_CHILD";
-
-// Qt's test mode puts user settings under ~/.qttest, which every test process
-// on the machine shares. This suite's store lives in a folder of its own (in a
-// child process, in the parent's).
-class PrivateSettingsStore : public ::testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        s_path = qEnvironmentVariable(kStoreDirVariable);
-        if (s_path.isEmpty()) {
-            m_dir = std::make_unique<QTemporaryDir>();
-            s_path = m_dir->path();
-        }
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, s_path);
-    }
-
-    static inline QString s_path;
-
-private:
-    std::unique_ptr<QTemporaryDir> m_dir;
-};
-
-[[maybe_unused]] ::testing::Environment* const g_store =
-    ::testing::AddGlobalTestEnvironment(new PrivateSettingsStore);
 
 QSettings userDefaults()
 {
@@ -60,268 +28,144 @@ void store(const QByteArray& bytes)
 
 QByteArray stored() { return userDefaults().value(RKSetting::userDefaultsKey()).toByteArray(); }
 
-QStringList archiveNames(const RKSetting& setting)
+// The profile identifiers a settings object holds, in its keyed form.
+QSet<QString> identifiers(const RKSetting& setting)
 {
-    QStringList names;
-    for (const RKProfileSetting& profile : setting.archiveProfiles) {
-        names.append(profile.profileName);
-    }
-    return names;
-}
-
-QStringList allIdentifiers(const RKSetting& setting)
-{
-    QStringList ids;
-    for (const RKProfileSetting& profile : setting.archiveProfiles) {
-        ids.append(profile.profileID);
-    }
-    for (const RKUnArchiveProfileSetting& profile : setting.unArchiveProfiles) {
-        ids.append(profile.profileID);
+    QSet<QString> ids;
+    for (const QRegularExpressionMatch& match :
+         QRegularExpression(QStringLiteral("\"([0-9]{1,10}l)\"")).globalMatch(QString::fromUtf8(setting.archivedData()))) {
+        ids.insert(match.captured(1));
     }
     return ids;
 }
 
-class RKSettingStoreTest : public ::testing::Test
+// The profiles as tabled: name, encoding, password mode and template, file
+// and folder patterns; then whether the four identifier fields name the first
+// profile of their list, and the password key combination.
+QStringList describe(const RKSetting& s)
+{
+    QStringList rows;
+    for (const RKProfileSetting& p : s.archiveProfiles) {
+        rows.append(QStringLiteral("%1|%2|%3|%4|").arg(p.profileName).arg(p.destEncoding).arg(p.passMode).arg(p.password)
+                    + p.exclusionFiles.join(',') + '|' + p.exclusionFolders.join(','));
+    }
+    for (const RKUnArchiveProfileSetting& p : s.unArchiveProfiles) {
+        rows.append(QStringLiteral("%1|%2|").arg(p.profileName).arg(p.sourceEncoding)
+                    + p.exclusionFiles.join(',') + '|' + p.exclusionFolders.join(','));
+    }
+    const QString a = s.archiveProfiles.value(0).profileID, u = s.unArchiveProfiles.value(0).profileID;
+    rows.append(QStringLiteral("%1%2%3%4 %5/%6").arg(s.activeArchiveProfileID == a).arg(s.finderDragArchiveProfileID == a)
+                    .arg(s.activeUnArchiveProfileID == u).arg(s.finderDragUnArchiveProfileID == u)
+                    .arg(s.passwordShotcutCode).arg(s.passwordShotcutFlags));
+    return rows;
+}
+
+// Full-width brackets and colon; the fifth name closes with an ASCII ")".
+const QStringList kFactory{
+    "Mac To Win|8|0||.DS_Store,._*|",
+    "Mac To Mac|4|0||.DS_Store,._*|",
+    "Mac To Win（日付：YYYYMMDD）|8|2|{YYYY}{MM}{DD}|.DS_Store,._*|",
+    "Mac To Win（パスワード手動入力）|8|1||.DS_Store,._*|",
+    "Mac To Mac（パスワード手動入力)|4|1||.DS_Store,._*|",
+    "Win To Mac|8|Thumbs.db,desktop.ini|",
+    "Mac To Mac|4|.DS_Store,._*|__MACOSX",
+    "1111 35/0",
+};
+
+class RKSettingTest : public ::testing::Test
 {
 protected:
     void SetUp() override { userDefaults().clear(); }
     void TearDown() override { userDefaults().clear(); }
 };
 
-// ---------------------------------------------------------------- factory profiles
-
-struct ArchiveFactoryRow {
-    const char16_t* name;
-    quint64 destEncoding;
-    qint32 passMode;
-    const char16_t* password;
-};
-
-const ArchiveFactoryRow kArchiveFactory[] = {
-    {u"Mac To Win", 8, 0, u""},
-    {u"Mac To Mac", 4, 0, u""},
-    {u"Mac To Win（日付：YYYYMMDD）", 8, 2, u"{YYYY}{MM}{DD}"},
-    {u"Mac To Win（パスワード手動入力）", 8, 1, u""},
-    // Full-width opening bracket, ASCII closing one.
-    {u"Mac To Mac（パスワード手動入力)", 4, 1, u""},
-};
-
-class ArchiveFactoryProfile : public RKSettingStoreTest, public ::testing::WithParamInterface<int> {};
-
-TEST_P(ArchiveFactoryProfile, HoldsItsTabledValues)
-{
-    const ArchiveFactoryRow& row = kArchiveFactory[GetParam()];
-    const RKSetting setting = RKSetting::Setting();
-    ASSERT_EQ(setting.archiveProfiles.size(), 5);
-    const RKProfileSetting& profile = setting.archiveProfiles.at(GetParam());
-
-    EXPECT_EQ(profile.profileName, QString::fromUtf16(row.name));
-    EXPECT_EQ(profile.destEncoding, row.destEncoding);
-    EXPECT_EQ(profile.passMode, row.passMode);
-    EXPECT_EQ(profile.password, QString::fromUtf16(row.password));
-    EXPECT_EQ(profile.exclusionFiles, (QStringList{QStringLiteral(".DS_Store"), QStringLiteral("._*")}));
-    // The other fields keep the values of DefaultSetting.
-    EXPECT_TRUE(profile.exclusionFolders.isEmpty());
-    EXPECT_EQ(profile.archiveLevel, 4);
-    EXPECT_EQ(profile.profileShotcutCode, ~quint64(0));
-}
-
-INSTANTIATE_TEST_SUITE_P(RKSetting, ArchiveFactoryProfile, ::testing::Range(0, 5),
-                         [](const auto& info) { return "Archive" + std::to_string(info.param + 1); });
-
-TEST_F(RKSettingStoreTest, FactoryUnarchiveProfilesHoldTheirTabledValues)
-{
-    const RKSetting setting = RKSetting::Setting();
-    ASSERT_EQ(setting.unArchiveProfiles.size(), 2);
-    const RKUnArchiveProfileSetting& winToMac = setting.unArchiveProfiles.at(0);
-    const RKUnArchiveProfileSetting& macToMac = setting.unArchiveProfiles.at(1);
-    EXPECT_EQ(winToMac.profileName, QStringLiteral("Win To Mac"));
-    EXPECT_EQ(winToMac.sourceEncoding, 8u);
-    EXPECT_EQ(winToMac.exclusionFiles, (QStringList{QStringLiteral("Thumbs.db"), QStringLiteral("desktop.ini")}));
-    EXPECT_TRUE(winToMac.exclusionFolders.isEmpty());
-    EXPECT_EQ(macToMac.profileName, QStringLiteral("Mac To Mac"));
-    EXPECT_EQ(macToMac.sourceEncoding, 4u);
-    EXPECT_EQ(macToMac.exclusionFiles, (QStringList{QStringLiteral(".DS_Store"), QStringLiteral("._*")}));
-    EXPECT_EQ(macToMac.exclusionFolders, QStringList{QStringLiteral("__MACOSX")});
-    for (const RKUnArchiveProfileSetting& profile : setting.unArchiveProfiles) {
-        EXPECT_EQ(profile.unArchiveMode, 1);
-        EXPECT_EQ(profile.profileShotcutCode, ~quint64(0));
-    }
-}
-
-void expectFactoryShape(const RKSetting& setting)
-{
-    ASSERT_EQ(setting.archiveProfiles.size(), 5);
-    ASSERT_EQ(setting.unArchiveProfiles.size(), 2);
-    EXPECT_EQ(setting.archiveProfiles.first().profileName, QStringLiteral("Mac To Win"));
-    EXPECT_EQ(setting.unArchiveProfiles.first().profileName, QStringLiteral("Win To Mac"));
-    EXPECT_EQ(setting.activeArchiveProfileID, setting.archiveProfiles.first().profileID);
-    EXPECT_EQ(setting.finderDragArchiveProfileID, setting.archiveProfiles.first().profileID);
-    EXPECT_EQ(setting.activeUnArchiveProfileID, setting.unArchiveProfiles.first().profileID);
-    EXPECT_EQ(setting.finderDragUnArchiveProfileID, setting.unArchiveProfiles.first().profileID);
-    EXPECT_EQ(setting.passwordShotcutCode, 35u);
-    EXPECT_EQ(setting.passwordShotcutFlags, 0);
-}
-
-TEST_F(RKSettingStoreTest, IdentifiersAreDecimalWithTrailingLAndAllDistinct)
-{
-    const QStringList ids = allIdentifiers(RKSetting::Setting());
-    for (const QString& id : ids) {
-        EXPECT_TRUE(QRegularExpression(QStringLiteral("^[0-9]{1,10}l$")).match(id).hasMatch()) << id.toStdString();
-        EXPECT_LE(id.chopped(1).toULongLong(), 0xFFFFFFFFull) << id.toStdString();
-    }
-    EXPECT_EQ(QSet<QString>(ids.begin(), ids.end()).size(), ids.size());
-}
-
-// ---------------------------------------------------------------- loading and committing
-
-TEST_F(RKSettingStoreTest, FirstLoadStoresTheDefaultsAndASecondLoadIsEqualButIndependent)
+TEST_F(RKSettingTest, FirstLoadStoresTheFactoryProfilesAndLaterLoadsAreIndependent)
 {
     ASSERT_TRUE(stored().isEmpty());
     const RKSetting first = RKSetting::Setting();
-    expectFactoryShape(first);
+    EXPECT_EQ(describe(first), kFactory);
     EXPECT_EQ(stored(), first.archivedData());
+    const QSet<QString> ids = identifiers(first);
+    EXPECT_EQ(ids.size(), 7) << "identifiers repeat";
 
-    RKSetting second = RKSetting::Setting();
-    EXPECT_EQ(second.archivedData(), first.archivedData());
-    second.archiveProfiles[0].profileName = QStringLiteral("changed");
-    second.archiveProfiles[0].exclusionFiles.append(QStringLiteral("*.tmp"));
-    EXPECT_EQ(first.archiveProfiles[0].profileName, QStringLiteral("Mac To Win"));
-    EXPECT_EQ(first.archiveProfiles[0].exclusionFiles.size(), 2);
-}
-
-TEST_F(RKSettingStoreTest, CommitIsSeenByLaterLoadsOnly)
-{
-    const RKSetting loadedBefore = RKSetting::Setting();
     RKSetting changed = RKSetting::Setting();
+    EXPECT_EQ(changed.archivedData(), first.archivedData());
+    changed.archiveProfiles[0].exclusionFiles.append(QStringLiteral("*.tmp"));
     changed.archiveProfiles.append(RKProfileSetting::DefaultSetting());
-    changed.archiveProfiles.last().profileName = QStringLiteral("追加");
-    changed.archiveProfiles.move(0, 5);
-    changed.activeArchiveProfileID = changed.archiveProfiles.at(4).profileID;
     changed.finderDragUnArchiveProfileID = changed.unArchiveProfiles.at(1).profileID;
     changed.passwordShotcutCode = ~quint64(0);
     changed.passwordShotcutFlags = -1;
     changed.commit();
-
-    EXPECT_EQ(loadedBefore.archiveProfiles.size(), 5);
-    EXPECT_EQ(loadedBefore.passwordShotcutCode, 35u);
-
-    const RKSetting loadedAfter = RKSetting::Setting();
-    EXPECT_EQ(archiveNames(loadedAfter), archiveNames(changed));
-    EXPECT_EQ(loadedAfter.activeArchiveProfileID, changed.activeArchiveProfileID);
-    EXPECT_EQ(loadedAfter.finderDragUnArchiveProfileID, changed.finderDragUnArchiveProfileID);
-    EXPECT_EQ(loadedAfter.passwordShotcutCode, ~quint64(0));
-    EXPECT_EQ(loadedAfter.passwordShotcutFlags, -1);
-    EXPECT_EQ(loadedAfter.archivedData(), changed.archivedData());
-}
-
-TEST_F(RKSettingStoreTest, RestoreDefaultReplacesEverythingWithNewIdentifiers)
-{
-    RKSetting user = RKSetting::Setting();
-    user.archiveProfiles.removeFirst();
-    user.archiveProfiles.first().profileName = QStringLiteral("mine");
-    user.commit();
-    const QStringList oldIds = allIdentifiers(RKSetting::Setting());
+    // An object loaded before the commit keeps what it had; a later load sees it.
+    EXPECT_EQ(describe(first), kFactory);
+    EXPECT_EQ(RKSetting::Setting().archivedData(), changed.archivedData());
 
     RKSetting::RestoreDefault();
     const RKSetting restored = RKSetting::Setting();
-    expectFactoryShape(restored);
-    QStringList factoryNames;
-    for (const ArchiveFactoryRow& row : kArchiveFactory) {
-        factoryNames.append(QString::fromUtf16(row.name));
-    }
-    EXPECT_EQ(archiveNames(restored), factoryNames);
-    for (const QString& id : allIdentifiers(restored)) {
-        EXPECT_FALSE(oldIds.contains(id)) << id.toStdString();
-    }
+    EXPECT_EQ(describe(restored), kFactory);
+    EXPECT_EQ(identifiers(restored).size(), 7);
+    EXPECT_FALSE(identifiers(restored).intersects(ids)) << "identifiers kept";
 }
 
-// ---------------------------------------------------------------- damaged and partial stores
-
-struct BadBytesRow {
-    const char* name;
-    const char* bytes;
-};
-
-class UndecodableStore : public RKSettingStoreTest, public ::testing::WithParamInterface<BadBytesRow> {};
-
-TEST_P(UndecodableStore, GivesFactoryDefaultsAndKeepsTheBadBytes)
+// Stored bytes that do not decode give the factory defaults, and every bad
+// value survives under a backup key of its own, also when two failures fall
+// within one millisecond.
+TEST_F(RKSettingTest, UndecodableStoresGiveFactoryDefaultsAndKeepTheBadBytes)
 {
-    const QByteArray bad(GetParam().bytes);
-    store(bad);
-    const RKSetting setting = RKSetting::Setting();
-    expectFactoryShape(setting);
-    ASSERT_EQ(RKSetting::backupKeys().size(), 1);
-    EXPECT_EQ(userDefaults().value(RKSetting::backupKeys().first()).toByteArray(), bad);
-    // The defaults took the bad bytes' place: the next load makes no backup.
-    EXPECT_EQ(RKSetting::Setting().archivedData(), setting.archivedData());
-    EXPECT_EQ(RKSetting::backupKeys().size(), 1);
-}
-
-#define ARCHIVE(top) "{\"$archiver\":\"RKKeyedArchiver\",\"$version\":1,\"$top\":" top
-
-const BadBytesRow kBadBytes[] = {
-    {"Garbage", "not an archive \xff\xfe"},
-    {"Truncated", ARCHIVE("{\"$class\":\"RKSetting\",")},
-    {"WrongRootClass", ARCHIVE("{\"$class\":\"RKProfileSetting\",\"$keys\":[]}}")},
-    {"WrongProfileClass", ARCHIVE("{\"$class\":\"RKSetting\",\"$keys\":[[\"archiveProfiles\",{\"array\":["
-                                  "{\"object\":{\"$class\":\"RKUnArchiveProfileSetting\",\"$keys\":[]}}]}]]}}")},
-    {"NumberWhereStringBelongs",
-     ARCHIVE("{\"$class\":\"RKSetting\",\"$keys\":[[\"activeArchiveProfileID\",{\"i32\":5}]]}}")},
-};
-
-#undef ARCHIVE
-
-INSTANTIATE_TEST_SUITE_P(RKSetting, UndecodableStore, ::testing::ValuesIn(kBadBytes),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-// Nothing the user had is lost, also when two failures fall within one
-// millisecond (they once shared a backup key).
-TEST_F(RKSettingStoreTest, BackToBackDamagedLoadsKeepBothBackups)
-{
-    for (const char* bad : {"first bad value", "second bad value"}) {
-        store(QByteArray(bad));
-        RKSetting::Setting();
+    const auto archive = [](const char* top) {
+        return "{\"$archiver\":\"RKKeyedArchiver\",\"$version\":1,\"$top\":" + QByteArray(top) + "}";
+    };
+    const auto profile = [&](const char* keys) {
+        return archive(("{\"$class\":\"RKSetting\",\"$keys\":[[\"archiveProfiles\",{\"array\":[{\"object\":"
+                        "{\"$class\":\"RKProfileSetting\",\"$keys\":[" + QByteArray(keys) + "]}}]}]]}").constData());
+    };
+    // Garbage, the wrong classes, and values in another form than the key's
+    // (also inside a profile decoded before the fault is met).
+    const QList<QByteArray> bad{
+        "not an archive \xff\xfe",
+        archive("{\"$class\":\"RKProfileSetting\",\"$keys\":[]}"),
+        archive("{\"$class\":\"RKSetting\",\"$keys\":[[\"unArchiveProfiles\",{\"array\":[{\"object\":"
+                "{\"$class\":\"RKProfileSetting\",\"$keys\":[]}}]}]]}"),
+        archive("{\"$class\":\"RKSetting\",\"$keys\":[[\"activeArchiveProfileID\",{\"i32\":5}]]}"),
+        archive("{\"$class\":\"RKSetting\",\"$keys\":[[\"passwordShotcutCode\",{\"u64\":\"-1\"}]]}"),
+        archive("{\"$class\":\"RKSetting\",\"$keys\":[[\"passwordShotcutFlags\",{\"i32\":0}]]}"),
+        profile("[\"archiveLevel\",{\"i32\":4294967296}]"),
+        profile("[\"passwordShow\",{\"string\":\"true\"}]"),
+        profile("[\"exclusionFiles\",{\"array\":[{\"i32\":3}]}]"),
+    };
+    for (const QByteArray& bytes : bad) {
+        store(bytes);
+        EXPECT_EQ(describe(RKSetting::Setting()), kFactory) << bytes.toStdString();
+        EXPECT_EQ(RKSetting::unarchive(stored()).has_value(), true);
     }
-    QStringList kept;
+    QList<QByteArray> kept;
     for (const QString& key : RKSetting::backupKeys()) {
-        kept.append(QString::fromUtf8(userDefaults().value(key).toByteArray()));
+        kept.append(userDefaults().value(key).toByteArray());
     }
-    EXPECT_EQ(kept, (QStringList{QStringLiteral("first bad value"), QStringLiteral("second bad value")}));
+    EXPECT_EQ(kept, bad);
+
+    // A root without keys is no damage: decoding applies no defaults.
+    store(archive("{\"$class\":\"RKSetting\",\"$keys\":[]}"));
+    const RKSetting empty = RKSetting::Setting();
+    EXPECT_TRUE(empty.archiveProfiles.isEmpty() && empty.unArchiveProfiles.isEmpty());
+    EXPECT_TRUE(empty.activeArchiveProfileID.isNull() && empty.finderDragUnArchiveProfileID.isNull());
+    EXPECT_EQ(empty.passwordShotcutCode, 0u);
+    EXPECT_EQ(RKSetting::backupKeys().size(), bad.size());
 }
 
-TEST_F(RKSettingStoreTest, MissingRootKeysLeaveZeroValues)
-{
-    RKKeyedArchiver profile(QStringLiteral("RKProfileSetting"));
-    profile.encodeObject(QStringLiteral("profileID"), QStringLiteral("7l"));
-    RKKeyedArchiver root(QStringLiteral("RKSetting"));
-    root.encodeObjectArray(QStringLiteral("archiveProfiles"), {profile});
-    store(root.archivedData());
-
-    const RKSetting setting = RKSetting::Setting();
-    ASSERT_EQ(setting.archiveProfiles.size(), 1);
-    EXPECT_EQ(setting.archiveProfiles.first().profileID, QStringLiteral("7l"));
-    EXPECT_TRUE(setting.unArchiveProfiles.isEmpty());
-    EXPECT_TRUE(setting.activeArchiveProfileID.isNull());
-    EXPECT_TRUE(setting.finderDragUnArchiveProfileID.isNull());
-    EXPECT_EQ(setting.passwordShotcutCode, 0u);
-    EXPECT_EQ(setting.passwordShotcutFlags, 0);
-    EXPECT_TRUE(RKSetting::backupKeys().isEmpty());
-}
-
-// ---------------------------------------------------------------- two processes
-
-// Runs only inside a child process started by the test below: loads, changes
-// and commits in a loop, and fails if any load met a value that did not decode.
+// Runs only inside a child process of the test below: loads, changes and
+// commits in a loop; a load that met a value that did not decode would leave
+// a backup key.
 TEST(RKSettingConcurrentChild, LoadsAndCommitsInALoop)
 {
-    const QString tag = qEnvironmentVariable(kChildTagVariable);
-    if (tag.isEmpty()) {
+    const QString store = qEnvironmentVariable("MOKUZA_SETTINGS_TEST_STORE");
+    if (store.isEmpty()) {
         GTEST_SKIP() << "runs only as a child of the concurrent-commit test";
     }
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, store);
     for (int i = 0; i < 150; ++i) {
         RKSetting setting = RKSetting::Setting();
-        setting.archiveProfiles[0].profileName = QStringLiteral("%1 %2").arg(tag).arg(i);
+        setting.archiveProfiles[0].profileName = QStringLiteral("child %1").arg(i);
         // Values of varying length, so a mixture of two writes cannot pass for either.
         setting.archiveProfiles[0].exclusionFiles.append(QString(i % 7 + 1, QLatin1Char('x')));
         setting.commit();
@@ -329,29 +173,26 @@ TEST(RKSettingConcurrentChild, LoadsAndCommitsInALoop)
     EXPECT_TRUE(RKSetting::backupKeys().isEmpty());
 }
 
-TEST_F(RKSettingStoreTest, TwoProcessesCommittingAtOnceLeaveADecodableValue)
+TEST_F(RKSettingTest, TwoProcessesCommittingAtOnceLeaveADecodableValue)
 {
     RKSetting::RestoreDefault();
-    QList<std::shared_ptr<QProcess>> children;
-    for (const QString& tag : {QStringLiteral("child-A"), QStringLiteral("child-B")}) {
-        auto child = std::make_shared<QProcess>();
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QString::fromLatin1(kStoreDirVariable), PrivateSettingsStore::s_path);
-        environment.insert(QString::fromLatin1(kChildTagVariable), tag);
-        child->setProcessEnvironment(environment);
-        child->setProcessChannelMode(QProcess::MergedChannels);
-        child->start(QCoreApplication::applicationFilePath(),
-                     {QStringLiteral("--gtest_filter=RKSettingConcurrentChild.*")});
-        ASSERT_TRUE(child->waitForStarted(30000));
-        children.append(child);
+    // The folder that holds the organisation's folder of the store.
+    const QString storeRoot = QFileInfo(QFileInfo(userDefaults().fileName()).absolutePath()).absolutePath();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("MOKUZA_SETTINGS_TEST_STORE"), storeRoot);
+    QProcess children[2];
+    for (QProcess& child : children) {
+        child.setProcessEnvironment(environment);
+        child.setProcessChannelMode(QProcess::MergedChannels);
+        child.start(QCoreApplication::applicationFilePath(), {"--gtest_filter=RKSettingConcurrentChild.*"});
     }
-    for (const auto& child : children) {
-        ASSERT_TRUE(child->waitForFinished(300000));
-        EXPECT_EQ(child->exitCode(), 0) << child->readAll().toStdString();
+    for (QProcess& child : children) {
+        ASSERT_TRUE(child.waitForFinished(300000));
+        EXPECT_EQ(child.exitCode(), 0) << child.readAll().toStdString();
     }
     const std::optional<RKSetting> last = RKSetting::unarchive(stored());
     ASSERT_TRUE(last.has_value());
-    EXPECT_TRUE(last->archiveProfiles.first().profileName.startsWith(QStringLiteral("child-")));
+    EXPECT_TRUE(last->archiveProfiles.first().profileName.startsWith(QStringLiteral("child ")));
     EXPECT_TRUE(RKSetting::backupKeys().isEmpty());
 }
 
