@@ -290,8 +290,11 @@ QString RKArchiveBase::archiveLocation(const QString& item, const QString& targe
     if (QFileInfo(item).isDir()) {
         archiveName = name + QStringLiteral(".zip");
     } else {
+        // The leading dot of a hidden file starts no extension (the rule the
+        // dispatch's zip test uses too): ".bashrc" gives ".bashrc.zip", not a
+        // hidden archive named ".zip".
         const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-        const QString extension = dot < 0 ? QString() : name.mid(dot + 1);
+        const QString extension = dot <= 0 ? QString() : name.mid(dot + 1);
         if (extension.isEmpty()) {
             archiveName = name + QStringLiteral(".zip");
         } else {

@@ -117,6 +117,8 @@ INSTANTIATE_TEST_SUITE_P(
         JobCase{"RenamedAfterReport3", "SingleStaticFolder",
                 {"Report/r.txt", "out/Report.zip", "out/Report 2.zip", "out/Report 3.zip"}, {"Report"},
                 2, {}, {}, {}, {{"out/Report 4.zip", {"Report/", "Report/r.txt"}}}},
+        JobCase{"HiddenFileKeepsItsName", "SingleSameSource", {".bashrc"}, {".bashrc"}, 2, {}, {},
+                {}, {{".bashrc.zip", {".bashrc"}}}},
         JobCase{"RenameDropsEveryZip", "SingleSameSource", {"a.zip.txt", "a.zip.zip"}, {"a.zip.txt"},
                 2, {}, {}, {}, {{"a 2.zip", {"a.zip.txt"}}}},
         JobCase{"OverwritesWhatWasThere", "SingleSameSource", {"n.txt", "n.zip"}, {"n.txt"}, 1, {},
