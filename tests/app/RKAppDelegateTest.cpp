@@ -19,11 +19,13 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QUrl>
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -491,6 +493,19 @@ TEST_F(AppDelegateTest, DropStoresThePopUpProfileAsActiveBeforeTheJobStarts)
 
 // --- one job at a time -------------------------------------------------------------
 
+// The manual password window runs a loop of its own; items handed over
+// while it is up are a request like any other.
+struct HandingOverPrompt : ScriptedPasswordPrompt {
+    std::function<void()> whileUp;
+    QString showPasswordDialog(QObject* window, const RKProfileSetting& profile) override
+    {
+        if (whileUp) {
+            std::exchange(whileUp, nullptr)();
+        }
+        return ScriptedPasswordPrompt::showPasswordDialog(window, profile);
+    }
+};
+
 TEST_F(AppDelegateTest, RequestsArrivingDuringAJobWaitForItAndTheExitWaitsForThem)
 {
     editSettings([](RKSetting& s) {
@@ -499,16 +514,24 @@ TEST_F(AppDelegateTest, RequestsArrivingDuringAJobWaitForItAndTheExitWaitsForThe
     const QString first = makeFile(QStringLiteral("first.txt"));
     const QString second = makeFile(QStringLiteral("second.txt"));
     const QString third = makeFile(QStringLiteral("third.txt"));
+    keys.held = {kKeyP}; // every request asks for a password first
 
     TestAppDelegate& app = start();
     QStringList log;
+    HandingOverPrompt prompt;
+    RKPasswordPrompt::setCurrent(&prompt); // put back by the fixture's services
+    prompt.whileUp = [&] {
+        app.applicationOpenFiles({second});
+        bool turned = false; // a few turns of the window's loop
+        QTimer::singleShot(0, [&] { QTimer::singleShot(0, [&] { turned = true; }); });
+        TestEnvironment::waitFor([&] { return turned; });
+    };
     QObject::connect(&app, &RKAppDelegate::jobStarted, [&] { log << QStringLiteral("start"); });
     QObject::connect(&app, &RKAppDelegate::jobFinished, [&] { log << QStringLiteral("end"); });
     app.archiveRunner.onRun = [&](const RecordingArchiveRunner::Run& run) {
         log << QStringLiteral("run ") + QFileInfo(run.url).fileName();
         if (app.archiveRunner.runs.size() == 1) {
             // Items handed over by a later start while the runner's loop runs.
-            app.applicationOpenFiles({second});
             app.applicationOpenFiles({third});
             EXPECT_EQ(app.pendingRequestCount(), 2);
         }
@@ -520,6 +543,7 @@ TEST_F(AppDelegateTest, RequestsArrivingDuringAJobWaitForItAndTheExitWaitsForThe
 
     EXPECT_EQ(log, QStringList({"start", "run first.zip", "end", "start", "run second.zip", "end",
                                 "start", "run third.zip", "end"}));
+    EXPECT_EQ(prompt.archivePromptProfiles.size(), 3);
     EXPECT_EQ(app.results.shown.size(), 3);
     EXPECT_EQ(app.terminateCount, 1);
 }

@@ -260,10 +260,15 @@ void RKAppDelegate::runNextRequest()
         return;
     }
     const Request request = m_pending.takeFirst();
+    // Setting up may wait for the user (the manual password window runs its
+    // own loop): a request handed over meanwhile must wait for this one
+    // instead of starting a second job beside it.
+    m_jobRunning = true;
     const bool started = request.archive
         ? innerDoArchive(request.paths, request.archiveProfile)
         : innerDoUnArchive(request.paths, request.unArchiveProfile);
     if (!started) {
+        m_jobRunning = false;
         emit requestDropped();
         scheduleNextRequest();
         terminateIfIdle();

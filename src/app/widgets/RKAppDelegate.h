@@ -77,7 +77,7 @@ public:
     void setReserveExit(bool reserveExit) { m_reserveExit = reserveExit; }
     const std::shared_ptr<RKArchiveBase>& archiver() const { return m_archiver; }
     const std::shared_ptr<RKUnArchiveBase>& unArchiver() const { return m_unArchiver; }
-    // A job has been started and has not finished yet.
+    // A job is being set up or has been started, and has not finished yet.
     bool isJobRunning() const { return m_jobRunning; }
     // Requests waiting for their turn.
     qsizetype pendingRequestCount() const { return m_pending.size(); }
