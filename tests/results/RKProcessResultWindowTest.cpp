@@ -93,11 +93,11 @@ TEST_F(RKProcessResultWindowTest, TwoArchivesTheSecondWithOneError)
 }
 
 // The password row stands between the destination and the errors (a filled
-// checksum after it); masked, it shows one "*" per UTF-16 unit, and its copy
-// button copies the password in clear.
+// checksum after it), also for an empty password; masked, it shows one "*"
+// per UTF-16 unit, and its copy button copies the password in clear.
 TEST_F(RKProcessResultWindowTest, PasswordRowsMaskedOrClear)
 {
-    RKProcessResultInfo withCrc = result("c.zip", QStringLiteral("a\U0001F511"), false);
+    RKProcessResultInfo withCrc = result("c.zip", QStringLiteral("\U0001F511"), false);
     withCrc.verify.crc = QStringLiteral("1A2B3C");
     const std::vector<Row> expected{
         {0, "a.zip", "処理が完了しました。", false}, {1, "保存先", "/out/a.zip", true},
@@ -105,11 +105,13 @@ TEST_F(RKProcessResultWindowTest, PasswordRowsMaskedOrClear)
         {0, "b.zip", "処理が完了しました。", false}, {1, "保存先", "/out/b.zip", true},
         {1, "パスワード", "pw", true},                 {1, "エラー(0)", "", false},
         {0, "c.zip", "処理が完了しました。", false}, {1, "保存先", "/out/c.zip", true},
-        {1, "パスワード", "***", true},                {1, "CRC", "1A2B3C", true},
+        {1, "パスワード", "**", true},                 {1, "CRC", "1A2B3C", true},
         {1, "エラー(0)", "", false},
+        {0, "d.zip", "処理が完了しました。", false}, {1, "保存先", "/out/d.zip", true},
+        {1, "パスワード", "", true},                   {1, "エラー(0)", "", false},
     };
     EXPECT_EQ(display({result("a.zip", QStringLiteral("pa55word"), false),
-                       result("b.zip", QStringLiteral("pw"), true), withCrc}),
+                       result("b.zip", QStringLiteral("pw"), true), withCrc, result("d.zip", QStringLiteral(""), false)}),
               expected);
 
     const QTreeWidgetItem* first = window.outlineView()->topLevelItem(0);
