@@ -19,29 +19,6 @@ RKProfileSetting profileWithID(const QString& id, bool passwordShow = false)
     return profile;
 }
 
-TEST(RKPasswordWindow, DispInitFollowsThePasswordShowFlagAndEmptiesTheEntry)
-{
-    RKPasswordWindow window;
-    for (const bool show : {true, false}) {
-        window.scPassword()->setText(QStringLiteral("left over"));
-        window.dispInit(profileWithID(QStringLiteral("1l"), show));
-        EXPECT_EQ(window.scPassword()->showsText(), show);
-        EXPECT_EQ(window.btnShowPassword()->isChecked(), show);
-        EXPECT_TRUE(window.scPassword()->text().isEmpty());
-    }
-}
-
-// Ways to end the window; each confirms what was typed.
-struct ConfirmCase {
-    const char* name;
-    QString typed;
-    std::function<void(RKPasswordWindow*)> end;
-};
-
-class RKPasswordWindowConfirm : public ::testing::TestWithParam<ConfirmCase>
-{
-};
-
 TEST(RKPasswordWindow, RepeatOfTheKeyHeldWhenItOpenedTypesNothing)
 {
     RKPasswordWindow window;
@@ -61,9 +38,19 @@ TEST(RKPasswordWindow, RepeatOfTheKeyHeldWhenItOpenedTypesNothing)
     EXPECT_EQ(field->text(), QStringLiteral("pp"));
 }
 
+// Ways to end the window, with the text typed before.
+using ConfirmCase = std::tuple<const char*, const char*, void (*)(RKPasswordWindow*)>;
+
+class RKPasswordWindowConfirm : public ::testing::TestWithParam<ConfirmCase>
+{
+};
+
+// Shown centred over its parent with the strength bar; every way of ending
+// it confirms what was typed (the entry cannot be declined).
 TEST_P(RKPasswordWindowConfirm, ReturnsTheTypedText)
 {
-    const ConfirmCase& row = GetParam();
+    const char* typed = std::get<1>(GetParam());
+    void (*end)(RKPasswordWindow*) = std::get<2>(GetParam());
     QWidget parent;
     parent.setGeometry(200, 100, 800, 600);
     parent.show();
@@ -76,11 +63,11 @@ TEST_P(RKPasswordWindowConfirm, ReturnsTheTypedText)
         shownAt = window->pos();
         shownSize = window->size();
         strengthShown = window->scPassword()->showStrength();
-        window->scPassword()->setText(row.typed);
-        row.end(window);
+        window->scPassword()->setText(QString::fromUtf8(typed));
+        end(window);
     });
     const QString password = RKPasswordWindow::runModal(&parent, profileWithID(QStringLiteral("7l")));
-    EXPECT_EQ(password, row.typed);
+    EXPECT_EQ(password, QString::fromUtf8(typed));
     EXPECT_FALSE(password.isNull());
     EXPECT_TRUE(strengthShown);
     EXPECT_EQ(shownAt, QPoint(200 + (800 - shownSize.width()) / 2, 100 + (600 - shownSize.height()) / 2));
@@ -88,55 +75,43 @@ TEST_P(RKPasswordWindowConfirm, ReturnsTheTypedText)
 
 INSTANTIATE_TEST_SUITE_P(
     Ways, RKPasswordWindowConfirm,
-    ::testing::Values(
-        ConfirmCase{"OkButton", "s3cret", [](RKPasswordWindow* w) { w->btnOk()->click(); }},
-        ConfirmCase{"EmptyEntry", "", [](RKPasswordWindow* w) { w->btnOk()->click(); }},
-        ConfirmCase{"WindowManagerCloseConfirms", "typed", [](RKPasswordWindow* w) { w->close(); }},
-        ConfirmCase{"EscapeConfirms", "typed", [](RKPasswordWindow* w) { w->reject(); }}),
-    [](const ::testing::TestParamInfo<ConfirmCase>& info) { return std::string(info.param.name); });
+    ::testing::Values(ConfirmCase{"OkButton", "s3cret", [](RKPasswordWindow* w) { w->btnOk()->click(); }},
+                      ConfirmCase{"EmptyEntry", "", [](RKPasswordWindow* w) { w->btnOk()->click(); }},
+                      ConfirmCase{"WindowManagerCloseConfirms", "typed", [](RKPasswordWindow* w) { w->close(); }},
+                      ConfirmCase{"EscapeConfirms", "typed", [](RKPasswordWindow* w) { w->reject(); }}),
+    [](const auto& info) { return std::string(std::get<0>(info.param)); });
 
-// The check box stores passwordShow in the stored settings at once.
-class RKPasswordWindowShowPassword : public ::testing::Test
+// dispInit empties the entry and shows it in clear exactly when the profile's
+// passwordShow is on; the check box then stores passwordShow of the first
+// stored profile with the window's identifier at once, and commits also when
+// none has it.
+TEST(RKPasswordWindowShowPassword, ClickCommitsTheStoredProfile)
 {
-protected:
-    void SetUp() override
-    {
-        RKSetting setting;
-        setting.archiveProfiles = {profileWithID("a1l"), profileWithID("b2l"), profileWithID("b2l")};
-        setting.commit();
-    }
-
-    static QList<bool> storedFlags()
-    {
+    RKSetting setting;
+    setting.archiveProfiles = {profileWithID("a1l"), profileWithID("b2l"), profileWithID("b2l")};
+    setting.commit();
+    const auto storedFlags = [] {
         QList<bool> flags;
         for (const RKProfileSetting& profile : RKSetting::Setting().archiveProfiles) {
             flags.append(profile.passwordShow);
         }
         return flags;
+    };
+    const std::tuple<QString, bool, QList<bool>> clicks[] = {
+        {"b2l", true, {false, true, false}}, {"b2l", false, {false, false, false}}, {"gone", true, {false, false, false}},
+    };
+    RKPasswordWindow window;
+    for (const auto& [id, shows, flags] : clicks) {
+        window.scPassword()->setText(QStringLiteral("left over"));
+        window.dispInit(profileWithID(id, !shows));
+        EXPECT_TRUE(window.scPassword()->text().isEmpty());
+        EXPECT_EQ(window.scPassword()->showsText(), !shows);
+        EXPECT_EQ(window.btnShowPassword()->isChecked(), !shows);
+        window.btnShowPassword()->click();
+        EXPECT_EQ(window.scPassword()->showsText(), shows);
+        EXPECT_EQ(window.profile().passwordShow, shows);
+        EXPECT_EQ(storedFlags(), flags) << id.toStdString() << " " << shows;
     }
-};
-
-TEST_F(RKPasswordWindowShowPassword, ClickCommitsTheFirstStoredProfileWithTheID)
-{
-    RKPasswordWindow window;
-    window.dispInit(profileWithID(QStringLiteral("b2l")));
-    window.btnShowPassword()->click();
-    EXPECT_TRUE(window.scPassword()->showsText());
-    EXPECT_TRUE(window.profile().passwordShow);
-    EXPECT_EQ(storedFlags(), (QList<bool>{false, true, false}));
-
-    window.btnShowPassword()->click();
-    EXPECT_FALSE(window.scPassword()->showsText());
-    EXPECT_EQ(storedFlags(), (QList<bool>{false, false, false}));
-}
-
-TEST_F(RKPasswordWindowShowPassword, UnknownProfileChangesNoStoredProfile)
-{
-    RKPasswordWindow window;
-    window.dispInit(profileWithID(QStringLiteral("gone")));
-    window.btnShowPassword()->click();
-    EXPECT_TRUE(window.scPassword()->showsText());
-    EXPECT_EQ(storedFlags(), (QList<bool>{false, false, false}));
 }
 
 } // namespace

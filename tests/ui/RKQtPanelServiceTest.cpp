@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <thread>
 
 namespace {
@@ -21,16 +20,11 @@ namespace {
 // What the panel looked like when it came up.
 struct Seen {
     bool isSave = false;
-    QString title;
-    QString message;
-    QString directory;
-    QString proposedName;
+    QString title, message, directory, proposedName;
     QFileDialog::FileMode fileMode = QFileDialog::AnyFile;
-    bool dirsOnly = false;
-    bool canCreateFolders = false;
+    bool dirsOnly = false, canCreateFolders = false, onMainThread = false;
     QPoint position;
     QSize size;
-    bool onMainThread = false;
 };
 
 class RKQtPanelServiceTest : public ::testing::Test
@@ -39,186 +33,128 @@ protected:
     void SetUp() override
     {
         QDir(dir.path()).mkpath(QStringLiteral("Documents/sub"));
-        documents = dir.filePath(QStringLiteral("Documents"));
+        TestEnvironment::writeFile(documents + "/file.txt", "x");
         parent.setGeometry(150, 80, 900, 700);
         parent.show();
     }
 
-    // Answers the next panel: looks at it, then lets act finish it.
-    void answerNextPanel(std::function<void(QFileDialog*)> act)
+    // Answers the next panel: looks at it, then types the name (an empty
+    // one cancels) and confirms.
+    void answerNextPanel(const QString& name)
     {
-        QTimer::singleShot(0, &parent, [this, act] {
+        QTimer::singleShot(0, &parent, [this, name] {
             auto* panel = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
             if (!panel) {
-                // The hand-off to the main thread may not have arrived yet.
-                answerNextPanel(act);
+                // The hand-off from a worker may not have arrived yet.
+                answerNextPanel(name);
                 return;
             }
-            seen.isSave = qobject_cast<RKSavePanel*>(panel) != nullptr;
-            seen.title = panel->windowTitle();
-            seen.message = panel->findChild<QLabel*>(QStringLiteral("message"))->text();
-            seen.directory = panel->directory().absolutePath();
-            seen.proposedName = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->text();
-            seen.fileMode = panel->fileMode();
-            seen.dirsOnly = panel->testOption(QFileDialog::ShowDirsOnly);
-            seen.canCreateFolders = !panel->testOption(QFileDialog::ReadOnly);
-            seen.position = panel->pos();
-            seen.size = panel->size();
-            seen.onMainThread = QThread::currentThread() == qApp->thread();
-            act(panel);
+            auto* nameEdit = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+            seen = {qobject_cast<RKSavePanel*>(panel) != nullptr, panel->windowTitle(),
+                    panel->findChild<QLabel*>(QStringLiteral("message"))->text(), panel->directory().absolutePath(),
+                    nameEdit->text(), panel->fileMode(), panel->testOption(QFileDialog::ShowDirsOnly),
+                    !panel->testOption(QFileDialog::ReadOnly), QThread::currentThread() == qApp->thread(),
+                    panel->pos(), panel->size()};
+            if (name.isEmpty()) {
+                panel->reject();
+            } else {
+                nameEdit->setText(name);
+                static_cast<QDialog*>(panel)->accept();
+            }
         });
     }
 
-    static void typeAndAccept(QFileDialog* panel, const QString& name)
-    {
-        panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(name);
-        static_cast<QDialog*>(panel)->accept();
-    }
-
-    QPoint centred() const
-    {
-        return {150 + (900 - seen.size.width()) / 2, 80 + (700 - seen.size.height()) / 2};
-    }
+    // Centred over the parent, size unchanged.
+    QPoint centred() const { return {150 + (900 - seen.size.width()) / 2, 80 + (700 - seen.size.height()) / 2}; }
 
     QTemporaryDir dir;
-    QString documents;
+    QString documents = dir.filePath(QStringLiteral("Documents"));
     QWidget parent;
     RKQtPanelService service;
     Seen seen;
 };
 
-TEST_F(RKQtPanelServiceTest, SavePanelProposesFolderAndNameOnTheMainThread)
+// Called on the main thread or from a worker, the panel runs on the main
+// thread; it proposes the folder and name of the location, adds the allowed
+// type to a typed name without it, and answers no path when cancelled.
+TEST_F(RKQtPanelServiceTest, SavePanelFromEitherThread)
 {
-    answerNextPanel([](QFileDialog* panel) { typeAndAccept(panel, QStringLiteral("b.zip")); });
-    const QString chosen = service.showModalSavePanel(&parent, "MOKUZA-FULL", "a.zipの保存先を選択して下さい。",
-                                                      documents + "/a.zip", {"zip"});
-    EXPECT_EQ(chosen, documents + "/b.zip");
-    EXPECT_TRUE(seen.isSave);
-    EXPECT_EQ(seen.title, QStringLiteral("MOKUZA-FULL"));
-    EXPECT_EQ(seen.message, QStringLiteral("a.zipの保存先を選択して下さい。"));
-    EXPECT_EQ(seen.directory, documents);
-    EXPECT_EQ(seen.proposedName, QStringLiteral("a.zip"));
-    EXPECT_EQ(seen.position, centred());
-}
-
-TEST_F(RKQtPanelServiceTest, SavePanelFromAWorkerRunsOnTheMainThread)
-{
-    answerNextPanel([](QFileDialog* panel) { typeAndAccept(panel, QStringLiteral("w.zip")); });
-    QString chosen;
-    std::atomic<bool> done{false};
-    std::thread worker([&] {
-        chosen = service.showModalSavePanel(&parent, "MOKUZA-FULL", "m", documents + "/a.zip", {"zip"});
-        done = true;
-    });
-    const bool answered = TestEnvironment::waitFor([&] { return done.load(); });
-    worker.join();
-    ASSERT_TRUE(answered);
-    EXPECT_TRUE(seen.onMainThread);
-    EXPECT_EQ(chosen, documents + "/w.zip");
-    EXPECT_EQ(seen.position, centred());
-}
-
-struct TypedNameCase {
-    const char* name;
-    QStringList types;
-    QString typed;
-    QString saved;
-};
-
-class RKSavePanelTypes : public ::testing::TestWithParam<TypedNameCase>
-{
-};
-
-TEST_P(RKSavePanelTypes, AppendsTheTypeWhenMissing)
-{
-    const TypedNameCase& row = GetParam();
-    EXPECT_EQ(RKSavePanel::nameWithAllowedType(row.typed, row.types), row.saved);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Names, RKSavePanelTypes,
-    ::testing::Values(
-        TypedNameCase{"PlainNameGetsZip", {"zip"}, "a", "a.zip"},
-        TypedNameCase{"ZipKept", {"zip"}, "a.zip", "a.zip"},
-        TypedNameCase{"UppercaseZipKept", {"zip"}, "A.ZIP", "A.ZIP"},
-        TypedNameCase{"OtherSuffixGetsZip", {"zip"}, "a.txt", "a.txt.zip"},
-        TypedNameCase{"BareSuffixIsNoName", {"zip"}, ".zip", ".zip.zip"},
-        TypedNameCase{"NoTypesAnyName", {}, "a.txt", "a.txt"}),
-    [](const ::testing::TestParamInfo<TypedNameCase>& info) { return std::string(info.param.name); });
-
-TEST_F(RKQtPanelServiceTest, ProposesTheArchiveNameOfADroppedItem)
-{
-    QDir(documents).mkpath(QStringLiteral("big"));
-    const struct {
-        QString proposed;
-        QStringList types;
-        QString name;
-    } rows[] = {
-        {documents + "/a.zip", {"zip"}, "a.zip"},
-        {documents + "/notes.txt", {"zip"}, "notes.zip"},
-        {documents + "/README", {"zip"}, "README.zip"},
-        // The folder's own name would make Return open the folder.
-        {documents + "/big", {"zip"}, "big.zip"},
-        {documents + "/notes.txt", {}, "notes.txt"},
+    const std::tuple<bool, QString, QString> rows[] = {
+        {false, "b.zip", documents + "/b.zip"}, {true, "w.zip", documents + "/w.zip"},
+        {false, "typed", documents + "/typed.zip"}, {true, "", QString()}, {false, "", QString()},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(RKSavePanel::proposedName(QFileInfo(row.proposed), row.types), row.name)
-            << row.proposed.toStdString();
+    for (const auto& [fromWorker, typed, expected] : rows) {
+        answerNextPanel(typed);
+        const auto ask = [&] { return service.showModalSavePanel(&parent, "MOKUZA-FULL", "a.zipの保存先を選択して下さい。", documents + "/a.zip", {"zip"}); };
+        QString chosen;
+        if (fromWorker) {
+            std::atomic<bool> done{false};
+            std::thread worker([&] { chosen = ask(); done = true; });
+            const bool answered = TestEnvironment::waitFor([&] { return done.load(); });
+            worker.join();
+            ASSERT_TRUE(answered);
+        } else {
+            chosen = ask();
+        }
+        SCOPED_TRACE(typed.toStdString() + (fromWorker ? " from a worker" : " on the main thread"));
+        EXPECT_EQ(chosen, expected);
+        EXPECT_EQ(chosen.isNull(), expected.isNull());
+        EXPECT_TRUE(seen.isSave && seen.onMainThread);
+        EXPECT_EQ(seen.title, QStringLiteral("MOKUZA-FULL"));
+        EXPECT_EQ(seen.message, QStringLiteral("a.zipの保存先を選択して下さい。"));
+        EXPECT_EQ(seen.directory, documents);
+        EXPECT_EQ(seen.proposedName, QStringLiteral("a.zip"));
+        EXPECT_EQ(seen.position, centred());
     }
 }
 
-TEST_F(RKQtPanelServiceTest, TypedNameGetsTheAllowedType)
+// A dropped item is proposed under its archive's name (a folder's own name
+// would make Return open the folder); a typed name gets the first allowed
+// type when it has none of them.
+TEST(RKSavePanel, NamesGetTheAllowedType)
 {
-    answerNextPanel([](QFileDialog* panel) { typeAndAccept(panel, QStringLiteral("typed")); });
-    EXPECT_EQ(service.showModalSavePanel(&parent, "T", "M", documents + "/a.zip", {"zip"}),
-              documents + "/typed.zip");
+    QTemporaryDir dir;
+    QDir(dir.path()).mkpath(QStringLiteral("big"));
+    const std::tuple<QString, QStringList, QString> proposed[] = {
+        {"a.zip", {"zip"}, "a.zip"}, {"notes.txt", {"zip"}, "notes.zip"}, {"README", {"zip"}, "README.zip"},
+        {"big", {"zip"}, "big.zip"}, {"notes.txt", {}, "notes.txt"},
+    };
+    for (const auto& [name, types, expected] : proposed) {
+        EXPECT_EQ(RKSavePanel::proposedName(QFileInfo(dir.filePath(name)), types), expected) << name.toStdString();
+    }
+    const std::tuple<QString, QStringList, QString> typed[] = {
+        {"a", {"zip"}, "a.zip"}, {"A.ZIP", {"zip"}, "A.ZIP"}, {"a.txt", {"zip"}, "a.txt.zip"},
+        {".zip", {"zip"}, ".zip.zip"}, {"a.txt", {}, "a.txt"},
+    };
+    for (const auto& [name, types, expected] : typed) {
+        EXPECT_EQ(RKSavePanel::nameWithAllowedType(name, types), expected) << name.toStdString();
+    }
 }
 
-TEST_F(RKQtPanelServiceTest, CancelledPanelsGiveNoPath)
+// New folders can be made in every mode; mode 1 shows folders only, mode 2
+// takes a file or a folder.
+TEST_F(RKQtPanelServiceTest, OpenPanelChoosesWhatTheModeAllows)
 {
-    answerNextPanel([](QFileDialog* panel) { panel->reject(); });
-    EXPECT_TRUE(service.showModalSavePanel(&parent, "T", "M", documents + "/a.zip", {"zip"}).isNull());
-    answerNextPanel([](QFileDialog* panel) { panel->reject(); });
-    EXPECT_TRUE(service.showModalOpenPanel(&parent, "T", "M", documents, 1).isNull());
+    const std::tuple<int, const char*, QFileDialog::FileMode, bool> rows[] = {
+        // mode, choice below Documents ("" cancels), file mode, folders only
+        {0, "file.txt", QFileDialog::ExistingFile, false}, {1, "sub", QFileDialog::Directory, true},
+        {1, "", QFileDialog::Directory, true},             {2, "file.txt", QFileDialog::Directory, false},
+        {2, "sub", QFileDialog::Directory, false},
+    };
+    for (const auto& [mode, choice, fileMode, dirsOnly] : rows) {
+        const QString target = *choice ? documents + "/" + choice : QString();
+        answerNextPanel(target);
+        const QString chosen = service.showModalOpenPanel(&parent, "MOKUZA-FULL", "choose", documents, mode);
+        SCOPED_TRACE(std::to_string(mode) + " " + choice);
+        EXPECT_EQ(chosen, target);
+        EXPECT_EQ(chosen.isNull(), target.isNull());
+        EXPECT_TRUE(!seen.isSave && seen.canCreateFolders);
+        EXPECT_EQ(seen.directory, documents);
+        EXPECT_EQ(seen.message, QStringLiteral("choose"));
+        EXPECT_EQ(seen.fileMode, fileMode);
+        EXPECT_EQ(seen.dirsOnly, dirsOnly);
+        EXPECT_EQ(seen.position, centred());
+    }
 }
-
-struct OpenCase {
-    const char* name;
-    int selectMode;
-    const char* choose; // below Documents
-    QFileDialog::FileMode fileMode;
-    bool dirsOnly;
-};
-
-class RKOpenPanelModes : public RKQtPanelServiceTest, public ::testing::WithParamInterface<OpenCase>
-{
-};
-
-TEST_P(RKOpenPanelModes, ChoosesWhatTheModeAllows)
-{
-    const OpenCase& row = GetParam();
-    TestEnvironment::writeFile(documents + "/file.txt", "x");
-    const QString target = documents + "/" + row.choose;
-    answerNextPanel([&](QFileDialog* panel) { typeAndAccept(panel, target); });
-    const QString chosen = service.showModalOpenPanel(&parent, "MOKUZA-FULL", "choose", documents,
-                                                      row.selectMode);
-    EXPECT_EQ(chosen, target);
-    EXPECT_FALSE(seen.isSave);
-    EXPECT_EQ(seen.directory, documents);
-    EXPECT_EQ(seen.message, QStringLiteral("choose"));
-    EXPECT_EQ(seen.fileMode, row.fileMode);
-    EXPECT_EQ(seen.dirsOnly, row.dirsOnly);
-    EXPECT_TRUE(seen.canCreateFolders);
-    EXPECT_EQ(seen.position, centred());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Modes, RKOpenPanelModes,
-    ::testing::Values(
-        OpenCase{"FilesOnly", 0, "file.txt", QFileDialog::ExistingFile, false},
-        OpenCase{"FoldersOnly", 1, "sub", QFileDialog::Directory, true},
-        OpenCase{"BothTakesAFile", 2, "file.txt", QFileDialog::Directory, false},
-        OpenCase{"BothTakesAFolder", 2, "sub", QFileDialog::Directory, false}),
-    [](const ::testing::TestParamInfo<OpenCase>& info) { return std::string(info.param.name); });
 
 } // namespace
