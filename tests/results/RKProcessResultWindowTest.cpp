@@ -6,6 +6,7 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QPushButton>
+#include <QTest>
 #include <QTimer>
 #include <QToolButton>
 #include <QTreeWidget>
@@ -90,6 +91,14 @@ TEST_F(RKProcessResultWindowTest, TwoArchivesTheSecondWithOneError)
     EXPECT_EQ(display({result("a.zip", QString(), false), result("b.zip", QString(), false, {error})}),
               expected);
     EXPECT_EQ(window.size(), QSize(755, 300));
+
+    // A double-click on a row does nothing: it stays expanded.
+    window.show();
+    QTreeWidget* tree = window.outlineView();
+    const QPoint row = tree->visualItemRect(tree->topLevelItem(1)).topLeft() + QPoint(80, 5);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, row);
+    QTest::mouseDClick(tree->viewport(), Qt::LeftButton, {}, row);
+    EXPECT_TRUE(tree->topLevelItem(1)->isExpanded());
 }
 
 // The password row stands between the destination and the errors (a filled

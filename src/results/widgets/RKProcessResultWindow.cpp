@@ -42,6 +42,8 @@ RKProcessResultWindow::RKProcessResultWindow(QWidget* parent)
 
     connect(ui->btnClose, &QPushButton::clicked, this,
             &RKProcessResultWindow::btnCloseTouchUpInside);
+    // A double-click neither collapses a row nor does anything else.
+    ui->outlineView->setExpandsOnDoubleClick(false);
     connect(ui->outlineView, &QTreeWidget::itemDoubleClicked, this,
             &RKProcessResultWindow::doubleClick);
 }
