@@ -5,6 +5,7 @@
 #include "platform/RKKeyedUnarchiver.h"
 
 #include <QDateTime>
+#include <QFile>
 #include <QSettings>
 
 #include <mutex>
@@ -19,6 +20,29 @@ QSettings userDefaults()
 {
     return QSettings(QSettings::NativeFormat, QSettings::UserScope, RKAppInfo::organizationName(),
                      RKAppInfo::applicationName());
+}
+
+// A settings file that cannot be parsed would never be written again, so the
+// user's later changes would be lost without a word. It is set aside under a
+// name of its own (nothing the user had is deleted) and the store starts anew.
+void setAsideUnreadableFile()
+{
+    QString fileName;
+    {
+        QSettings probe = userDefaults();
+        if (probe.status() != QSettings::FormatError) {
+            return;
+        }
+        fileName = probe.fileName();
+    }
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMddHHmmsszzz"));
+    QString aside = fileName + QStringLiteral(".unreadable-") + stamp;
+    for (int suffix = 1; QFile::exists(aside); ++suffix) {
+        aside = fileName + QStringLiteral(".unreadable-") + stamp + QLatin1Char('_') + QString::number(suffix);
+    }
+    if (!QFile::rename(fileName, aside)) {
+        qWarning("Settings file %s cannot be read or set aside", qPrintable(fileName));
+    }
 }
 
 QStringList factoryArchiveExclusions()
@@ -168,6 +192,7 @@ std::optional<RKSetting> RKSetting::unarchive(const QByteArray& data)
 RKSetting RKSetting::Setting()
 {
     const std::lock_guard<std::mutex> lock(g_loadLock);
+    setAsideUnreadableFile();
     QSettings defaults = userDefaults();
     const QVariant stored = defaults.value(userDefaultsKey());
     if (stored.isValid()) {

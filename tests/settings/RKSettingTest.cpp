@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
@@ -151,6 +153,33 @@ TEST_F(RKSettingTest, UndecodableStoresGiveFactoryDefaultsAndKeepTheBadBytes)
     EXPECT_TRUE(empty.activeArchiveProfileID.isNull() && empty.finderDragUnArchiveProfileID.isNull());
     EXPECT_EQ(empty.passwordShotcutCode, 0u);
     EXPECT_EQ(RKSetting::backupKeys().size(), bad.size());
+}
+
+// A settings file that cannot be parsed at all would refuse every later
+// commit; it is set aside whole and the store works again.
+TEST_F(RKSettingTest, UnparsableSettingsFileIsSetAsideAndTheStoreWorksAgain)
+{
+    const QString fileName = userDefaults().fileName();
+    // An unterminated section header is beyond the INI reader.
+    const QByteArray garbage = "[General\nRKCONSTANTS_USERDEFAULT_SETTING=@ByteArray(\xff\xfe)\n";
+    {
+        QDir().mkpath(QFileInfo(fileName).absolutePath());
+        QFile file(fileName);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(garbage);
+    }
+
+    RKSetting setting = RKSetting::Setting();
+    EXPECT_EQ(describe(setting), kFactory);
+    setting.archiveProfiles[0].profileName = QStringLiteral("changed");
+    setting.commit();
+    EXPECT_EQ(RKSetting::Setting().archiveProfiles[0].profileName, QStringLiteral("changed"));
+
+    const QStringList aside = QFileInfo(fileName).dir().entryList({QFileInfo(fileName).fileName() + ".unreadable-*"});
+    ASSERT_EQ(aside.size(), 1);
+    QFile kept(QFileInfo(fileName).dir().filePath(aside.first()));
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), garbage);
 }
 
 // Runs only inside a child process of the test below: loads, changes and
