@@ -9,32 +9,15 @@
 
 #include <stdexcept>
 
-using TestEnvironment::listTree;
-using TestEnvironment::readFile;
-
 using ArchiverFrontEnd = ZipTest;
-
-TEST_F(ArchiverFrontEnd, EmptyContentsFinishesAtOnceWithoutFile)
-{
-    const QString zip = path("out.zip");
-    EXPECT_EQ(archive(zip, {}), QStringList { "finished " + zip });
-    EXPECT_FALSE(QFile::exists(zip));
-}
-
-TEST_F(ArchiverFrontEnd, MissingItemIsCodeOneAndTheRestIsStored)
-{
-    const QString a = file("a.txt", "a"), gone = path("gone.txt"), c = file("c.txt", "c");
-    const QString zip = path("out.zip");
-    EXPECT_EQ(archive(zip, { a, gone, c }),
-              QStringList({ "started 3", "progress 1/3 " + a, "error 1 " + gone, "progress 3/3 " + c,
-                            "finished " + zip }));
-    EXPECT_EQ(entryNames(zip), QStringList({ "a.txt", "c.txt" }));
-}
 
 TEST_F(ArchiverFrontEnd, ExceptionInAStepIsCode999AndTheArchiveIsClosed)
 {
-    struct Throwing : ArchiverRecorder {
-        void archiverArchiveProgressInFile(RQZipArchiver*, quint64, quint64, const QString&) override { throw std::runtime_error("x"); }
+    struct Throwing : Recorder {
+        void archiverArchiveProgressInFile(RQZipArchiver*, quint64, quint64, const QString&) override
+        {
+            throw std::runtime_error("receiver failed");
+        }
     } recorder;
     const QString a = file("a.txt", "a"), b = file("b.txt", "b"), zip = path("out.zip");
     const auto descriptors = [] { return QDir("/proc/self/fd").count(); };
@@ -43,185 +26,127 @@ TEST_F(ArchiverFrontEnd, ExceptionInAStepIsCode999AndTheArchiveIsClosed)
         RQZipArchiver archiver;
         archiver.setDelegate(&recorder);
         archiver.archive(zip, { a, b }, 4);
-        ASSERT_TRUE(recorder.log.waitForEnd());
+        ASSERT_TRUE(recorder.waitForEnd());
+        EXPECT_EQ(archiver.errors().value(0).localizedDescription(), "不明なエラー"); // readable after the run
     }
-    EXPECT_EQ(recorder.log.lines(), QStringList({ "started 2", "progress 1/2 " + a, "error 999 ", "finished " + zip }));
+    EXPECT_EQ(recorder.lines(), QStringList({ "started 2", "progress 1/2 " + a, "error 999 ", "finished " + zip }));
     EXPECT_EQ(descriptors(), before) << "the item's file is closed";
     EXPECT_EQ(peer({ "test", zip }), 0);
 }
 
-// Entry names are the item paths without the folder of the first item.
-struct BaseCase {
+// Whole runs: the notices, and the entries at the location afterwards. Entry names are
+// the item paths without the folder of the first item.
+struct RunCase {
     const char* name;
-    QStringList items; // relative to the test folder ($ROOT: its path); "/" at the end: a folder
-    QStringList expected;
+    QStringList items;        // made in the test folder ($ROOT: its path); "x/": a folder, "-x": missing
+    QStringList entries;      // "old": the file that was at the location is untouched
+    QStringList notices = {}; // $ZIP, $1, $2 ...: the item paths; none: not checked
+    QString password = {};
 };
 
-class ArchiverBasePath : public ZipTest, public ::testing::WithParamInterface<BaseCase>
-{
-};
+using ArchiverRun = ZipTable<RunCase>;
 
-TEST_P(ArchiverBasePath, EntryNames)
+TEST_P(ArchiverRun, NoticesAndEntries)
 {
-    QStringList contents, expected;
+    const QString zip = file("out.zip", "old"), root = m_dir.path();
+    QStringList contents;
     for (QString item : GetParam().items) {
-        item.replace("$ROOT", m_dir.path());
-        contents << (item.endsWith('/') ? folder(item).chopped(1) : file(item, "x"));
+        item.replace("$ROOT", root);
+        contents << (item.startsWith('-') ? path(item.mid(1)) : item.endsWith('/') ? folder(item).chopped(1) : file(item, "x"));
     }
-    for (const QString& name : GetParam().expected) {
-        expected << QString(name).replace("$ROOT", m_dir.path());
+    QString expected = GetParam().notices.join('\n').replace("$ZIP", zip);
+    for (qsizetype i = contents.size(); i > 0; --i) {
+        expected.replace(QString("$%1").arg(i), contents[i - 1]);
     }
-    archive(path("out.zip"), contents);
-    EXPECT_EQ(entryNames(path("out.zip")), expected);
+    const QStringList notices = archive(zip, contents, GetParam().password);
+    EXPECT_TRUE(expected.isEmpty() || notices.join('\n') == expected) << notices.join('\n').toStdString();
+    EXPECT_EQ(TestEnvironment::readFile(zip) == "old" ? QStringList { "old" } : entryNames(zip),
+              QStringList(GetParam().entries).replaceInStrings("$ROOT", root));
+    EXPECT_EQ(TestEnvironment::listTree(root).filter(".part"), QStringList()) << "no temporary file stays";
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Table, ArchiverBasePath,
-    ::testing::Values(BaseCase { "FolderFirst", { "a/b/", "a/b/x/y.txt" }, { "b/", "b/x/y.txt" } },
-                      BaseCase { "BaseRepeatedInside", { "a/1", "a/x$ROOT/a/y" }, { "1", "x$ROOT/a/y" } },
-                      BaseCase { "ItemOutsideBaseKeepsWholePath", { "a/b/c", "d" }, { "c", "$ROOT/d" } }),
-    [](const auto& info) { return std::string(info.param.name); });
+    Table, ArchiverRun,
+    ::testing::Values(
+        RunCase { "EmptyContentsFinishesAtOnce", {}, { "old" }, { "finished $ZIP" } },
+        RunCase { "MissingItemIsCodeOneAndTheRestIsStored", { "a", "-gone", "c" }, { "a", "c" },
+                  { "started 3", "progress 1/3 $1", "error 1 $2", "progress 3/3 $3", "finished $ZIP" } },
+        RunCase { "PasswordWithoutAsciiFormIsRefused", { "a", "b" }, { "old" },
+                  { "started 2", "progress 1/2 $1", "error 2 $1", "progress 2/2 $2", "error 2 $2", "finished $ZIP" }, "パスワード" },
+        RunCase { "FolderFirst", { "a/b/", "a/b/x/y.txt" }, { "b/", "b/x/y.txt" } },
+        RunCase { "BaseRepeatedInside", { "a/1", "a/x$ROOT/a/y" }, { "1", "x$ROOT/a/y" } },
+        RunCase { "ItemOutsideBaseKeepsWholePath", { "a/b/c", "d" }, { "c", "$ROOT/d" } }),
+    CaseName());
 
-TEST_F(ArchiverFrontEnd, CancelDuringThirdOfFiveKeepsThreeItems)
-{
-    QStringList contents;
-    for (int i = 1; i <= 5; ++i) {
-        contents << file(QString("f%1").arg(i), QByteArray(100000, char('a' + i)));
-    }
-    ArchiverRecorder recorder;
-    recorder.onProgress = [](RQZipArchiver* archiver, int progress) {
-        if (progress == 3) {
-            archiver->cansel();
-        }
-    };
-    RQZipArchiver archiver;
-    archiver.setDelegate(&recorder);
-    archiver.archive(path("out.zip"), contents, 4);
-    ASSERT_TRUE(recorder.log.waitForEnd());
-    EXPECT_EQ(recorder.log.lines().mid(3), QStringList({ "progress 3/5 " + contents[2], "cancelled" }));
-    EXPECT_EQ(entryNames(path("out.zip")), QStringList({ "f1", "f2", "f3" }));
-    EXPECT_EQ(peer({ "test", path("out.zip") }), 0);
-}
-
-using UnArchiverFrontEnd = ZipTest;
-
-TEST_F(UnArchiverFrontEnd, RoundTripOfFilesAndFolders)
-{
-    const QString zip = path("out.zip");
-    archive(zip, { folder("src/top"), folder("src/top/sub"), file("src/top/sub/a.txt", "alpha") });
-    const QString dest = path("dest");
-    EXPECT_EQ(extract(zip, dest), QStringList({ "started 3", "progress 1/3 top/", "progress 2/3 top/sub/",
-                                                "progress 3/3 top/sub/a.txt", "finished " + zip }));
-    EXPECT_EQ(listTree(dest), QStringList({ "top/", "top/sub/", "top/sub/a.txt" }));
-    EXPECT_EQ(readFile(dest + "/top/sub/a.txt"), "alpha");
-}
-
-TEST_F(UnArchiverFrontEnd, ArchiveLargerThanTheReadersBlocks)
+TEST_F(ZipTest, RoundTripAcrossTheReadersBlocks)
 {
     // Headers, names and data straddle every block boundary of the reader.
-    QStringList contents { folder("src/many") };
+    QStringList contents { folder("src/top"), folder("src/top/sub") };
     for (int i = 0; i < 400; ++i) {
-        contents << file(QString("src/many/f%1").arg(i), randomBytes(1 + i * 7 % 3000, quint32(i)));
+        contents << file(QString("src/top/sub/f%1").arg(i), randomBytes(1 + i * 7 % 3000, quint32(i)));
     }
-    contents << file("src/many/big", QByteArray(300000, 'z'));
+    contents << file("src/top/big", QByteArray(300000, 'z'));
     const QString zip = path("out.zip");
     archive(zip, contents, {}, 0);
     ASSERT_GT(QFileInfo(zip).size(), 4 * 65536);
-    EXPECT_FALSE(extract(zip, path("dest")).join('\n').contains("error"));
-    for (const QString& source : contents.mid(1)) {
-        ASSERT_EQ(readFile(path("dest/many/") + QFileInfo(source).fileName()), readFile(source)) << source.toStdString();
+    const qsizetype total = contents.size(), prefix = path("src/").size();
+    QStringList expected { QString("started %1").arg(total) };
+    for (qsizetype i = 0; i < total; ++i) {
+        expected << QString("progress %1/%2 %3%4").arg(i + 1).arg(total).arg(contents[i].mid(prefix), i < 2 ? "/" : "");
     }
+    EXPECT_EQ(extract(zip, path("dest")), expected << "finished " + zip);
+    EXPECT_EQ(contentsOf(path("dest")), contentsOf(path("src")));
 }
-
-TEST_F(UnArchiverFrontEnd, NotAnArchiveIsCodeTwoThenFinished)
-{
-    const QString bogus = file("bogus.zip", "not a zip at all");
-    EXPECT_EQ(extract(bogus, path("dest")), QStringList({ "error 2 " + bogus, "finished " + bogus }));
-}
-
-TEST_F(UnArchiverFrontEnd, CancelDuringThirdOfFiveExtractsThree)
-{
-    QStringList contents;
-    for (int i = 1; i <= 5; ++i) {
-        contents << file(QString("src/f%1").arg(i), "x");
-    }
-    archive(path("out.zip"), contents);
-    UnArchiverRecorder recorder;
-    recorder.onProgress = [](RQUnZipArchiver* unarchiver, int progress) {
-        if (progress == 3) {
-            unarchiver->cansel();
-        }
-    };
-    RQUnZipArchiver unarchiver;
-    unarchiver.setDelegate(&recorder);
-    unarchiver.unArchive(path("dest"), path("out.zip"), 4);
-    ASSERT_TRUE(recorder.log.waitForEnd());
-    EXPECT_EQ(recorder.log.lines().last(), "cancelled");
-    EXPECT_EQ(listTree(path("dest")), QStringList({ "f1", "f2", "f3" }));
-}
-
-struct CryptedCase {
-    const char* name;
-    QStringList zipArguments; // none: not an archive
-    bool crypted;
-};
-
-class UnArchiverIsCrypted : public ZipTest, public ::testing::WithParamInterface<CryptedCase>
-{
-};
-
-TEST_P(UnArchiverIsCrypted, Answer)
-{
-    file("src/d/a.txt", "a");
-    const QString zip = path("a.zip");
-    if (GetParam().zipArguments.isEmpty()) {
-        file("a.zip", "no archive");
-    } else {
-        TestEnvironment::run("zip", GetParam().zipArguments + QStringList { zip, "d" }, path("src"));
-    }
-    EXPECT_EQ(RQUnZipArchiver().isCrypted(zip), GetParam().crypted);
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, UnArchiverIsCrypted,
-                         ::testing::Values(CryptedCase { "Plain", { "-q", "-r" }, false },
-                                           // The folder entry comes first and is not encrypted.
-                                           CryptedCase { "EncryptedAfterAPlainFolder", { "-q", "-r", "-Ppw" }, true },
-                                           CryptedCase { "NotAnArchive", {}, false }),
-                         [](const auto& info) { return std::string(info.param.name); });
 
 using FrontEndLifetime = ZipTest;
 
+TEST_F(FrontEndLifetime, CancelDuringTheThirdOfFiveItemsOrEntries)
+{
+    const QStringList contents = files(5, QByteArray(100000, 'c'));
+    Recorder zipping, unzipping;
+    RQZipArchiver archiver;
+    RQUnZipArchiver unarchiver;
+    zipping.onProgress = [&](int progress) { progress == 3 ? archiver.cansel() : void(); };
+    unzipping.onProgress = [&](int progress) { progress == 3 ? unarchiver.cansel() : void(); };
+    archiver.setDelegate(&zipping);
+    archiver.archive(path("cancelled.zip"), contents, 4);
+    ASSERT_TRUE(zipping.waitForEnd());
+    EXPECT_EQ(zipping.lines().mid(3), QStringList({ "progress 3/5 " + contents[2], "cancelled" }));
+    EXPECT_EQ(entryNames(path("cancelled.zip")), QStringList({ "f1", "f2", "f3" }));
+    EXPECT_EQ(peer({ "test", path("cancelled.zip") }), 0);
+
+    archive(path("all.zip"), contents);
+    unarchiver.setDelegate(&unzipping);
+    unarchiver.unArchive(path("dest"), path("all.zip"), 4);
+    ASSERT_TRUE(unzipping.waitForEnd());
+    EXPECT_EQ(unzipping.lines().mid(3), QStringList({ "progress 3/5 f3", "cancelled" }));
+    EXPECT_EQ(TestEnvironment::listTree(path("dest")), QStringList({ "f1", "f2", "f3" }));
+}
+
 TEST_F(FrontEndLifetime, DelegateClearedDuringARunAndDestructorWaitsForTheEnd)
 {
-    QStringList contents;
-    for (int i = 0; i < 50; ++i) {
-        contents << file(QString("f%1").arg(i), QByteArray(20000, 'q'));
-    }
-    ArchiverRecorder recorder;
-    recorder.onProgress = [](RQZipArchiver* archiver, int progress) {
-        if (progress == 2) {
-            archiver->setDelegate(nullptr);
-        }
-    };
+    const QStringList contents = files(50, QByteArray(20000, 'q'));
+    Recorder recorder;
     {
         RQZipArchiver archiver;
+        recorder.onProgress = [&](int progress) { progress == 2 ? archiver.setDelegate(nullptr) : void(); };
         archiver.setDelegate(&recorder);
         archiver.archive(path("out.zip"), contents, 4);
     }
-    EXPECT_EQ(recorder.log.lines().size(), 3); // started, progress 1, progress 2
+    EXPECT_EQ(recorder.lines().size(), 3); // started, progress 1, progress 2
     EXPECT_EQ(entryNames(path("out.zip")).size(), 50);
 }
 
 TEST_F(FrontEndLifetime, NextRunStartedFromTheFinishedNotice)
 {
     // A runner may start its next archive from the thread the notice came on.
-    struct Chain : ArchiverRecorder {
+    struct Chain : Recorder {
         QString next;
         QStringList contents;
         void archiverArchiveFinished(RQZipArchiver* archiver, const QString& path) override
         {
             if (next.isEmpty()) {
-                return ArchiverRecorder::archiverArchiveFinished(archiver, path);
+                return Recorder::archiverArchiveFinished(archiver, path);
             }
             archiver->archive(std::exchange(next, QString()), contents, 4);
         }
@@ -231,29 +156,9 @@ TEST_F(FrontEndLifetime, NextRunStartedFromTheFinishedNotice)
     RQZipArchiver archiver;
     archiver.setDelegate(&chain);
     archiver.archive(path("first.zip"), chain.contents, 4);
-    ASSERT_TRUE(chain.log.waitForEnd());
-    EXPECT_EQ(chain.log.lines().last(), "finished " + path("second.zip"));
+    ASSERT_TRUE(chain.waitForEnd());
+    EXPECT_EQ(chain.lines().last(), "finished " + path("second.zip"));
     EXPECT_EQ(entryNames(path("first.zip")), entryNames(path("second.zip")));
-}
-
-TEST_F(FrontEndLifetime, ErrorsBelongToTheLastRunAndCanBeSilenced)
-{
-    const QString gone = path("gone");
-    const QStringList contents { gone, file("a.txt", "a") };
-    ArchiverRecorder loud, quiet;
-    RQZipArchiver archiver;
-    archiver.setDelegate(&loud);
-    archiver.archive(path("out.zip"), contents, 4);
-    ASSERT_TRUE(loud.log.waitForEnd());
-    ASSERT_EQ(archiver.errors().size(), 1);
-    EXPECT_EQ(archiver.errors()[0].localizedRecoverySuggestion(), gone);
-
-    archiver.setDelegate(&quiet);
-    archiver.setIsNotification(false);
-    archiver.archive(path("out.zip"), contents, 4);
-    ASSERT_TRUE(quiet.log.waitForEnd());
-    EXPECT_TRUE(archiver.errors().isEmpty());
-    EXPECT_FALSE(quiet.log.text().contains("error"));
 }
 
 TEST(RQErrorFamilies, ArchiverCodeThreeHasNoDescriptionButKeepsItsPath)

@@ -5,7 +5,8 @@
 #include "zip/ZipArchive.h"
 
 #include <QFile>
-#include <QMap>
+#include <QFileInfo>
+#include <QJsonDocument>
 #include <QRegularExpression>
 
 #include <unistd.h>
@@ -23,20 +24,16 @@ struct PeerArchiveCase {
     QString password;
 };
 
-class PeerArchive : public ZipTest, public ::testing::WithParamInterface<PeerArchiveCase>
-{
-};
+using PeerArchive = ZipTable<PeerArchiveCase>;
 
 TEST_P(PeerArchive, ReadsBackEqual)
 {
     const PeerArchiveCase& param = GetParam();
     folder("src/top/empty folder");
-    const QMap<QString, QByteArray> files { { "top/sub/text.txt", QByteArray("some text\n").repeated(3000) },
-                                            { "top/日本語.txt", "japanese name" },
-                                            { "top/empty.bin", {} } };
-    QDateTime when(QDate(2022, 8, 9), QTime(10, 11, 12));
-    for (auto it = files.begin(); it != files.end(); ++it, when = when.addSecs(3602)) {
-        ASSERT_TRUE(setModified(file("src/" + it.key(), it.value()), when));
+    const QStringList files { file("src/top/sub/text.txt", QByteArray("some text\n").repeated(3000)),
+                              file("src/top/日本語.txt", "japanese name"), file("src/top/empty.bin", {}) };
+    for (int i = 0; i < files.size(); ++i) {
+        ASSERT_TRUE(setModified(files[i], QDateTime(QDate(2022, 8, 9), QTime(10, 11, 12)).addSecs(3602 * i)));
     }
     QStringList arguments;
     for (QString argument : param.arguments) {
@@ -46,11 +43,13 @@ TEST_P(PeerArchive, ReadsBackEqual)
 
     const QStringList notices = extract(path("peer.zip"), path("dest"), param.password);
     EXPECT_FALSE(notices.join('\n').contains("error")) << notices.join('\n').toStdString();
-    EXPECT_EQ(listTree(path("dest")), listTree(path("src")));
-    for (auto it = files.begin(); it != files.end(); ++it) {
-        EXPECT_EQ(readFile(path("dest/" + it.key())), it.value()) << it.key().toStdString();
-        EXPECT_EQ(modified(path("dest/" + it.key())), modified(path("src/" + it.key()))) << it.key().toStdString();
+    EXPECT_EQ(contentsOf(path("dest")), contentsOf(path("src")));
+    for (const QString& source : files) {
+        const QString copy = QString(source).replace("/src/", "/dest/");
+        EXPECT_EQ(QFileInfo(copy).lastModified(), QFileInfo(source).lastModified()) << copy.toStdString();
     }
+    // A folder entry that comes first is not encrypted in the archives of zip.
+    EXPECT_EQ(RQUnZipArchiver().isCrypted(path("peer.zip")), !param.password.isEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -60,106 +59,134 @@ INSTANTIATE_TEST_SUITE_P(
                       PeerArchiveCase { "SevenZip", "7z", { "a", "-tzip", "$ZIP", "top" }, {} },
                       PeerArchiveCase { "SevenZipEncrypted", "7z", { "a", "-tzip", "-ppw", "$ZIP", "top" }, "pw" },
                       PeerArchiveCase { "Bsdtar", "bsdtar", { "--format", "zip", "-cf", "$ZIP", "top" }, {} },
-                      PeerArchiveCase { "Python", {}, { "tree", "$ZIP", "$TOP" }, {} },
-                      PeerArchiveCase { "PythonForcedZip64", {}, { "tree", "$ZIP", "$TOP", "zip64" }, {} }),
-    [](const auto& info) { return std::string(info.param.name); });
+                      PeerArchiveCase { "Python", "python3", { "-m", "zipfile", "-c", "$ZIP", "top" }, {} },
+                      PeerArchiveCase { "PythonForcedZip64", {}, { "zip64-tree", "$ZIP", "$TOP" }, {} }), CaseName());
 
-// --- the reading adapter's own rules
+// --- the reading adapter: list, then extract every listed name; nothing lands outside
 
 using ZipReader = ZipTest;
 
-TEST_F(ZipReader, CaseBlindLookupTakesTheFirstMatch)
+struct ReadCase {
+    const char* name;
+    QJsonArray entries; // peer.py make; $OUT: a folder outside the destination
+    quint64 encoding;
+    QStringList listed;
+    QStringList tree;   // the destination afterwards: "folder/", "file=contents"
+    QStringList log;    // failure texts, and "no <name>" for each extraction answered no
+    bool flip = false;  // a byte of the stored "0123456789" data is changed
+};
+
+using ReadingAdapter = ZipTable<ReadCase>;
+
+TEST_P(ReadingAdapter, ListAndExtractEveryName)
 {
-    const QString zip = makeArchive(path("a.zip"), { entry("Read.txt", "first"), entry("read.txt", "second") });
+    const ReadCase& param = GetParam();
+    const QString outside = folder("outside");
+    const auto expand = [&](QStringList list) {
+        return list.isEmpty() ? list : list.join('\n').replace("$OUT", outside).split('\n');
+    };
+    const QByteArray entries = QJsonDocument(param.entries).toJson().replace("$OUT", outside.toUtf8());
+    QByteArray bytes = readFile(makeArchive(path("a.zip"), QJsonDocument::fromJson(entries).array()));
+    if (param.flip) {
+        bytes[bytes.indexOf("0123456789") + 55] = 'X';
+        ASSERT_TRUE(TestEnvironment::writeFile(path("a.zip"), bytes));
+    }
+    MessageRecorder log;
     ZipArchive reader;
-    ASSERT_TRUE(reader.UnzipOpenFile(zip));
-    EXPECT_EQ(reader.getZipFileContents64(4), QStringList({ "Read.txt", "read.txt" }));
-    EXPECT_TRUE(reader.UnzipFileTo64(path("dest"), "Read.txt", true, 4));
-    EXPECT_TRUE(reader.UnzipFileTo64(path("dest"), "read.txt", true, 4));
-    EXPECT_EQ(listTree(path("dest")), QStringList { "Read.txt" });
-    EXPECT_EQ(readFile(path("dest/Read.txt")), "first");
+    reader.setDelegate(&log);
+    ASSERT_TRUE(reader.UnzipOpenFile(path("a.zip")));
+    const QStringList listed = reader.getZipFileContents64(param.encoding).value_or(QStringList { "<fails>" });
+    EXPECT_EQ(listed, expand(param.listed));
+    for (const QString& name : listed) {
+        if (!reader.UnzipFileTo64(path("dest"), name, true, param.encoding)) {
+            log.messages << "no " + name;
+        }
+    }
+    EXPECT_EQ(log.messages, expand(param.log));
+    EXPECT_EQ(contentsOf(path("dest")), expand(param.tree));
+    EXPECT_EQ(listTree(m_dir.path()).filter(QRegularExpression("^(?!dest/)")), QStringList({ "a.zip", "outside/" }));
+    // Every file written is listed as unzipped, a damaged one included.
+    QStringList unzipped = reader.unzippedFiles();
+    unzipped.removeDuplicates();
+    unzipped.sort();
+    EXPECT_EQ(unzipped.replaceInStrings(path("dest/"), ""), listTree(path("dest")).filter(QRegularExpression("[^/]$")));
 }
 
-TEST_F(ZipReader, UnsupportedMethodEndsTheListingBeforeIt)
-{
-    QJsonObject lzma = entry("b.txt", "bbbb");
-    lzma["method"] = 14; // the container opens stored and deflated data only
-    const QString zip = makeArchive(path("a.zip"), { entry("a.txt", "a"), lzma, entry("c.txt", "c") });
-    MessageRecorder messages;
-    ZipArchive reader;
-    reader.setDelegate(&messages);
-    ASSERT_TRUE(reader.UnzipOpenFile(zip));
-    EXPECT_EQ(reader.getZipFileContents64(4), QStringList { "a.txt" });
-    EXPECT_EQ(messages.messages, QStringList { "Error occured" });
-}
+namespace {
+const char* const kOutside = "Entry name leads outside the destination folder";
+const QJsonObject kLinkOut { { "name", "link" }, { "data", "$OUT" }, { "external", qint64(0120777) << 16 } };
+} // namespace
 
-TEST_F(ZipReader, FoldersForFolderEntriesMissingParentsAndBackslashNames)
-{
-    const QString zip =
-        makeArchive(path("a.zip"), { entry("a/b/"), entry("x/y.txt", "y"), entry("w\\v.txt", "v") });
-    EXPECT_TRUE(extract(zip, path("dest")).contains("progress 3/3 w/v.txt"));
-    EXPECT_EQ(listTree(path("dest")), QStringList({ "a/", "a/b/", "w/", "w/v.txt", "x/", "x/y.txt" }));
-}
+INSTANTIATE_TEST_SUITE_P(
+    Table, ReadingAdapter,
+    ::testing::Values(
+        ReadCase { "CaseBlindLookupTakesTheFirstMatch", { entry("Read.txt", "first"), entry("read.txt", "second") }, 4,
+                   { "Read.txt", "read.txt" }, { "Read.txt=first" }, {} },
+        // The container opens stored and deflated data only.
+        ReadCase { "UnsupportedMethodEndsTheListingBeforeIt",
+                   { entry("a.txt", "a"), QJsonObject { { "name", "b.txt" }, { "method", 14 } }, entry("c.txt") },
+                   4, { "a.txt" }, { "a.txt=a" }, { "Error occured" } },
+        ReadCase { "FoldersMissingParentsAndBackslashes", { entry("a/b/"), entry("x/y.txt", "y"), entry("w\\v.txt", "v") }, 4,
+                   { "a/b/", "x/y.txt", "w/v.txt" }, { "a/", "a/b/", "w/", "w/v.txt=v", "x/", "x/y.txt=y" }, {} },
+        ReadCase { "NoEntries", {}, 4, {}, {}, { "Failed", "Error occured" } },
+        // あ.txt and 表; the last byte of 表 is that of "\".
+        ReadCase { "ShiftJisNames",
+                   { entry("ok.txt", "ok"), QJsonObject { { "name_hex", "82a02e747874" } },
+                     QJsonObject { { "name_hex", "955c" }, { "data", "table" } } },
+                   8, { "ok.txt", "あ.txt", "表" }, { "ok.txt=ok", "あ.txt=", "表=table" }, {} },
+        ReadCase { "FlippedDataByteFailsTheCrcAndTheFileStays",
+                   { QJsonObject { { "name", "f.txt" }, { "data", QString("0123456789").repeated(10) }, { "method", 0 } } }, 4,
+                   { "f.txt" }, { "f.txt=" + QString("0123456789").repeated(10).replace(55, 1, "X") },
+                   { "file was unzipped but failed crc check", "no f.txt" }, true },
+        ReadCase { "TraversalDotDot", { entry("../x", "evil") }, 4, { "../x" }, {}, { kOutside, "no ../x" } },
+        ReadCase { "TraversalDotDotAfterFolder", { entry("a/../../x", "evil") }, 4, { "a/../../x" }, {},
+                   { kOutside, "no a/../../x" } },
+        ReadCase { "TraversalAbsolute", { entry("$OUT/x", "evil") }, 4, { "$OUT/x" }, {}, { kOutside, "no $OUT/x" } },
+        ReadCase { "TraversalBackslashDotDot", { entry("..\\x", "evil") }, 4, { "../x" }, {}, { kOutside, "no ../x" } },
+        // A link is extracted as a file holding its target.
+        ReadCase { "TraversalLinkThenFileThroughIt", { kLinkOut, entry("link/x", "evil") }, 4, { "link", "link/x" },
+                   { "link=$OUT" }, { "Failed to open output file for writing", "no link/x" } }),
+    CaseName());
 
 TEST_F(ZipReader, ZeroDateKeepsTheTimeOfExtraction)
 {
-    const QString zip = makeArchive(path("a.zip"), { entry("t.txt", "t") });
-    QByteArray bytes = readFile(zip); // time and date: local header at 10, central record at 12
-    bytes.replace(10, 4, QByteArray(4, '\0'));
-    bytes.replace(bytes.indexOf("PK\x01\x02") + 12, 4, QByteArray(4, '\0'));
-    ASSERT_TRUE(TestEnvironment::writeFile(zip, bytes));
+    QJsonObject zero = entry("t.txt", "t");
+    zero["date_time"] = QJsonArray { 1980, 0, 0, 0, 0, 0 }; // stored as date and time 0
     const QDateTime before = QDateTime::currentDateTime().addSecs(-2);
-    extract(zip, path("dest"));
-    EXPECT_GE(modified(path("dest/t.txt")), before);
+    extract(makeArchive(path("a.zip"), { zero }), path("dest"));
+    EXPECT_GE(QFileInfo(path("dest/t.txt")).lastModified(), before);
 }
 
-TEST_F(ZipReader, FlippedDataByteIsACrcFailureAndTheFileStays)
+// --- failures of a whole archive: nothing is extracted
+
+struct FailureCase {
+    const char* name;
+    QJsonArray entries;
+    const char* bytes; // instead of an archive
+    QStringList notices; // $ZIP replaced
+};
+
+using UnArchiverFailure = ZipTable<FailureCase>;
+
+TEST_P(UnArchiverFailure, Notices)
 {
-    const QString zip = path("a.zip");
-    archive(zip, { file("f.txt", QByteArray("0123456789").repeated(10)) }, {}, 0);
-    QByteArray bytes = readFile(zip);
-    bytes[bytes.indexOf("0123456789") + 50] = 'X';
-    ASSERT_TRUE(TestEnvironment::writeFile(zip, bytes));
-    MessageRecorder messages;
-    ZipArchive reader;
-    reader.setDelegate(&messages);
-    ASSERT_TRUE(reader.UnzipOpenFile(zip));
-    ASSERT_TRUE(reader.getZipFileContents64(4).has_value());
-    EXPECT_FALSE(reader.UnzipFileTo64(path("dest"), "f.txt", true, 4));
-    EXPECT_EQ(messages.messages, QStringList { "file was unzipped but failed crc check" });
-    EXPECT_EQ(reader.unzippedFiles(), QStringList { path("dest/f.txt") });
-    EXPECT_EQ(readFile(path("dest/f.txt")).size(), 100);
-}
-
-// --- failures of a whole archive
-
-using UnArchiverFailures = ZipTest;
-
-TEST_F(UnArchiverFailures, ArchiveWithoutEntriesIsCode999ThenFinished)
-{
-    const QString zip = makeArchive(path("empty.zip"), {});
-    MessageRecorder messages;
-    ZipArchive reader;
-    reader.setDelegate(&messages);
-    ASSERT_TRUE(reader.UnzipOpenFile(zip));
-    EXPECT_EQ(reader.getZipFileContents64(4), QStringList());
-    EXPECT_EQ(messages.messages, QStringList({ "Failed", "Error occured" }));
-    EXPECT_EQ(extract(zip, path("dest")), QStringList({ "started 0", "error 999 " + zip, "finished " + zip }));
-}
-
-TEST_F(UnArchiverFailures, NameThatDoesNotDecodeIsCodeTwoAndNothingIsExtracted)
-{
-    // "あ.txt" and "表" in Shift-JIS are not UTF-8; the last byte of 表 is that of "\".
-    const QString zip = makeArchive(path("sjis.zip"), { entry("ok.txt", "ok"), QJsonObject { { "name_hex", "82a02e747874" } },
-                                                       QJsonObject { { "name_hex", "955c" }, { "data", "table" } } });
-    EXPECT_EQ(extract(zip, path("dest"), {}, 4), QStringList({ "error 2 " + zip, "finished " + zip }));
+    const QString zip = GetParam().bytes ? file("a.zip", GetParam().bytes)
+                                         : makeArchive(path("a.zip"), GetParam().entries);
+    EXPECT_EQ(extract(zip, path("dest")), GetParam().notices.join('\n').replace("$ZIP", zip).split('\n'));
     EXPECT_EQ(listTree(path("dest")), QStringList());
-    extract(zip, path("dest"), {}, 8);
-    EXPECT_EQ(listTree(path("dest")), QStringList({ "ok.txt", "あ.txt", "表" }));
-    EXPECT_EQ(readFile(path("dest/表")), "table");
+    EXPECT_FALSE(RQUnZipArchiver().isCrypted(zip));
 }
 
-TEST_F(UnArchiverFailures, WrongPasswordFailsEveryEncryptedEntryAndStaysInside)
+INSTANTIATE_TEST_SUITE_P(
+    Table, UnArchiverFailure,
+    ::testing::Values(FailureCase { "NotAnArchive", {}, "not a zip at all", { "error 2 $ZIP", "finished $ZIP" } },
+                      FailureCase { "NoEntries", {}, nullptr, { "started 0", "error 999 $ZIP", "finished $ZIP" } },
+                      // "あ.txt" in Shift-JIS is not UTF-8.
+                      FailureCase { "NameThatDoesNotDecode", { entry("a"), QJsonObject { { "name_hex", "82a02e747874" } } },
+                                    nullptr, { "error 2 $ZIP", "finished $ZIP" } }),
+    CaseName());
+
+TEST_F(ZipReader, WrongPasswordFailsEveryEncryptedEntryAndStaysInside)
 {
     file("src/d/a.txt", QByteArray("aaaa").repeated(1000));
     file("src/d/b.txt", QByteArray("bbbb").repeated(1000));
@@ -172,56 +199,15 @@ TEST_F(UnArchiverFailures, WrongPasswordFailsEveryEncryptedEntryAndStaysInside)
     }
 }
 
-// --- nothing lands outside the destination
-
-struct TraversalCase {
-    const char* name;
-    QStringList entries; // "name=data", or "name->target" for a symbolic link; $OUT: a folder outside
-    QString failing;     // the entry that fails with code 3
-};
-
-class Traversal : public ZipTest, public ::testing::WithParamInterface<TraversalCase>
-{
-};
-
-TEST_P(Traversal, NothingOutsideTheDestination)
-{
-    const QString outside = folder("box/outside");
-    QJsonArray entries;
-    for (QString spec : GetParam().entries) {
-        spec.replace("$OUT", outside);
-        const qsizetype link = spec.indexOf("->"), equals = spec.indexOf('=');
-        entries.append(link > 0 ? QJsonObject { { "name", spec.left(link) }, { "data", spec.mid(link + 2) },
-                                                { "external", qint64(0120777) << 16 } }
-                                : entry(spec.left(equals), spec.mid(equals + 1)));
-    }
-    const QStringList notices = extract(makeArchive(path("evil.zip"), entries), path("box/dest"));
-    EXPECT_TRUE(notices.contains("error 3 " + QString(GetParam().failing).replace("$OUT", outside)))
-        << notices.join('\n').toStdString();
-    EXPECT_EQ(listTree(outside), QStringList());
-    EXPECT_EQ(listTree(path("box")).filter(QRegularExpression("^(?!dest/)")), QStringList { "outside/" });
-    EXPECT_FALSE(QFile::exists(path("x")));
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, Traversal,
-                         ::testing::Values(TraversalCase { "DotDot", { "../x=evil" }, "../x" },
-                                           TraversalCase { "DotDotAfterFolder", { "a/../../x=evil" }, "a/../../x" },
-                                           TraversalCase { "Absolute", { "$OUT/x=evil" }, "$OUT/x" },
-                                           TraversalCase { "BackslashDotDot", { "..\\x=evil" }, "../x" },
-                                           TraversalCase { "LinkThenFileThroughIt", { "link->$OUT", "link/x=evil" }, "link/x" }),
-                         [](const auto& info) { return std::string(info.param.name); });
+// --- links that already exist in the destination
 
 TEST_F(ZipReader, LinksAlreadyInTheDestinationAreNotFollowed)
 {
     const QString outside = folder("outside"), victim = file("outside/victim.txt", "untouched");
     const QString dest = folder("dest");
-    const auto link = [](const QString& from, const QString& to, bool symbolic) {
-        const QByteArray a = QFile::encodeName(from), b = QFile::encodeName(to);
-        return (symbolic ? ::symlink(a.constData(), b.constData()) : ::link(a.constData(), b.constData())) == 0;
-    };
-    ASSERT_TRUE(link(outside, dest + "/dir", true));
-    ASSERT_TRUE(link(victim, dest + "/leaf.txt", true));
-    ASSERT_TRUE(link(victim, dest + "/hard.txt", false));
+    ASSERT_EQ(::symlink(QFile::encodeName(outside).constData(), QFile::encodeName(dest + "/dir").constData()), 0);
+    ASSERT_EQ(::symlink(QFile::encodeName(victim).constData(), QFile::encodeName(dest + "/leaf.txt").constData()), 0);
+    ASSERT_EQ(::link(QFile::encodeName(victim).constData(), QFile::encodeName(dest + "/hard.txt").constData()), 0);
     const QString zip = makeArchive(path("a.zip"), { entry("dir/new.txt", "evil"), entry("leaf.txt", "evil"),
                                                     entry("hard.txt", "evil") });
     EXPECT_EQ(extract(zip, dest).filter("error"), QStringList { "error 3 dir/new.txt" });

@@ -10,7 +10,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-void NoticeLog::add(const QString& line, bool ends)
+void Recorder::add(const QString& line, bool ends)
 {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -20,46 +20,25 @@ void NoticeLog::add(const QString& line, bool ends)
     m_ended.notify_all();
 }
 
-QStringList NoticeLog::lines() const
+void Recorder::progress(int progress, int total, const QString& name)
+{
+    if (onProgress) {
+        onProgress(progress);
+    }
+    add(QString("progress %1/%2 %3").arg(progress).arg(total).arg(name));
+}
+
+QStringList Recorder::lines() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_lines;
 }
 
-bool NoticeLog::waitForEnd()
+bool Recorder::waitForEnd()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     return m_ended.wait_for(lock, std::chrono::minutes(10), [this] { return m_end; });
 }
-
-namespace {
-QString errorLine(const RQError& e) { return QString("error %1 %2").arg(e.code()).arg(e.localizedRecoverySuggestion()); }
-QString progressLine(int p, int t, const QString& n) { return QString("progress %1/%2 %3").arg(p).arg(t).arg(n); }
-} // namespace
-
-void ArchiverRecorder::archiverArchiveStarted(RQZipArchiver*, int total) { log.add(QString("started %1").arg(total)); }
-void ArchiverRecorder::archiverArchiveProgress(RQZipArchiver* a, int progress, int total, const QString& name)
-{
-    if (onProgress) {
-        onProgress(a, progress);
-    }
-    log.add(progressLine(progress, total, name));
-}
-void ArchiverRecorder::archiverArchiveFinished(RQZipArchiver*, const QString& path) { log.add("finished " + path, true); }
-void ArchiverRecorder::archiverArchiveCancelled(RQZipArchiver*) { log.add("cancelled", true); }
-void ArchiverRecorder::archiverArchiveError(RQZipArchiver*, const RQError& error) { log.add(errorLine(error)); }
-
-void UnArchiverRecorder::unArchiverArchiveStarted(RQUnZipArchiver*, int total) { log.add(QString("started %1").arg(total)); }
-void UnArchiverRecorder::unArchiverArchiveProgress(RQUnZipArchiver* u, int progress, int total, const QString& name)
-{
-    if (onProgress) {
-        onProgress(u, progress);
-    }
-    log.add(progressLine(progress, total, name));
-}
-void UnArchiverRecorder::unArchiverArchiveFinished(RQUnZipArchiver*, const QString& path) { log.add("finished " + path, true); }
-void UnArchiverRecorder::unArchiverArchiveCancelled(RQUnZipArchiver*) { log.add("cancelled", true); }
-void UnArchiverRecorder::unArchiverArchiveError(RQUnZipArchiver*, const RQError& error) { log.add(errorLine(error)); }
 
 QString ZipTest::file(const QString& relative, const QByteArray& bytes)
 {
@@ -73,26 +52,34 @@ QString ZipTest::folder(const QString& relative)
     return path(relative);
 }
 
-QStringList ZipTest::archive(const QString& zip, const QStringList& contents, const QString& password,
-                             int level, quint64 encoding)
+QStringList ZipTest::files(int count, const QByteArray& bytes)
 {
-    ArchiverRecorder recorder;
+    QStringList paths;
+    for (int i = 1; i <= count; ++i) {
+        paths << file(QString("f%1").arg(i), bytes);
+    }
+    return paths;
+}
+
+QStringList ZipTest::archive(const QString& zip, const QStringList& contents, const QString& password, int level,
+                             quint64 encoding)
+{
+    Recorder recorder;
     RQZipArchiver archiver;
     archiver.setDelegate(&recorder);
     archiver.archive(zip, contents, password, level, encoding);
-    EXPECT_TRUE(recorder.log.waitForEnd());
-    return recorder.log.lines();
+    EXPECT_TRUE(recorder.waitForEnd());
+    return recorder.lines();
 }
 
-QStringList ZipTest::extract(const QString& zip, const QString& destination, const QString& password,
-                             quint64 encoding)
+QStringList ZipTest::extract(const QString& zip, const QString& destination, const QString& password, quint64 encoding)
 {
-    UnArchiverRecorder recorder;
+    Recorder recorder;
     RQUnZipArchiver unarchiver;
     unarchiver.setDelegate(&recorder);
     unarchiver.unArchive(destination, password, zip, encoding);
-    EXPECT_TRUE(recorder.log.waitForEnd());
-    return recorder.log.lines();
+    EXPECT_TRUE(recorder.waitForEnd());
+    return recorder.lines();
 }
 
 int peer(const QStringList& arguments, QByteArray* out)
@@ -114,6 +101,7 @@ QList<QJsonObject> inspect(const QString& zip)
     for (const QByteArray& line : out.split('\n')) {
         if (!line.isEmpty()) {
             entries << QJsonDocument::fromJson(line).object();
+            entries.last()["text"] = QString::fromUtf8(QByteArray::fromHex(entries.last()["name"].toString().toLatin1()));
         }
     }
     return entries;
@@ -123,7 +111,7 @@ QStringList entryNames(const QString& zip)
 {
     QStringList names;
     for (const QJsonObject& entry : inspect(zip)) {
-        names << QString::fromUtf8(QByteArray::fromHex(entry["name"].toString().toLatin1()));
+        names << entry["text"].toString();
     }
     return names;
 }
@@ -136,17 +124,19 @@ QString makeArchive(const QString& zip, const QJsonArray& entries)
 
 QJsonObject entry(const QString& name, const QString& data) { return { { "name", name }, { "data", data } }; }
 
+QStringList contentsOf(const QString& root)
+{
+    QStringList items = TestEnvironment::listTree(root);
+    for (QString& item : items) {
+        item += item.endsWith('/') ? QString() : "=" + QString::fromLatin1(TestEnvironment::readFile(root + "/" + item));
+    }
+    return items;
+}
+
 bool setModified(const QString& path, const QDateTime& when)
 {
     struct timespec times[2] = { { time_t(when.toSecsSinceEpoch()), 0 }, { time_t(when.toSecsSinceEpoch()), 0 } };
     return ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW) == 0;
-}
-
-QDateTime modified(const QString& path)
-{
-    struct stat st;
-    return ::lstat(QFile::encodeName(path).constData(), &st) == 0 ? QDateTime::fromSecsSinceEpoch(st.st_mtim.tv_sec)
-                                                                 : QDateTime();
 }
 
 QByteArray randomBytes(int size, quint32 seed)

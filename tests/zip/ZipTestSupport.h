@@ -17,82 +17,78 @@
 #include <mutex>
 #include <ostream>
 
-inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
-
-// Notices of one run as lines ("started 3", "progress 1/3 <name>", "error 2 <path>",
-// "finished <path>", "cancelled"); waitForEnd blocks until finished or cancelled.
-class NoticeLog
+// Notices of one run of either front end as lines ("started 3", "progress 1/3 <name>",
+// "error 2 <path>", "finished <path>", "cancelled").
+class Recorder : public RQZipArchiverDelegate, public RQUnZipArchiverDelegate
 {
 public:
-    void add(const QString& line, bool ends = false);
+    std::function<void(int)> onProgress; // called before the progress line is added
+
     QStringList lines() const;
-    QString text() const { return lines().join(QLatin1Char('\n')); }
-    bool waitForEnd();
+    bool waitForEnd(); // for the finished or cancelled notice
+
+    void archiverArchiveStarted(RQZipArchiver*, int total) override { add(QString("started %1").arg(total)); }
+    void archiverArchiveProgress(RQZipArchiver*, int p, int t, const QString& n) override { progress(p, t, n); }
+    void archiverArchiveFinished(RQZipArchiver*, const QString& path) override { add("finished " + path, true); }
+    void archiverArchiveCancelled(RQZipArchiver*) override { add("cancelled", true); }
+    void archiverArchiveError(RQZipArchiver*, const RQError& e) override { error(e); }
+    void unArchiverArchiveStarted(RQUnZipArchiver*, int total) override { add(QString("started %1").arg(total)); }
+    void unArchiverArchiveProgress(RQUnZipArchiver*, int p, int t, const QString& n) override { progress(p, t, n); }
+    void unArchiverArchiveFinished(RQUnZipArchiver*, const QString& path) override { add("finished " + path, true); }
+    void unArchiverArchiveCancelled(RQUnZipArchiver*) override { add("cancelled", true); }
+    void unArchiverArchiveError(RQUnZipArchiver*, const RQError& e) override { error(e); }
 
 private:
+    void add(const QString& line, bool ends = false);
+    void progress(int progress, int total, const QString& name);
+    void error(const RQError& e) { add(QString("error %1 %2").arg(e.code()).arg(e.localizedRecoverySuggestion())); }
+
     mutable std::mutex m_mutex;
     std::condition_variable m_ended;
     QStringList m_lines;
     bool m_end = false;
 };
 
-class ArchiverRecorder : public RQZipArchiverDelegate
-{
-public:
-    NoticeLog log;
-    std::function<void(RQZipArchiver*, int)> onProgress; // before the line is logged
-
-    void archiverArchiveStarted(RQZipArchiver*, int total) override;
-    void archiverArchiveProgress(RQZipArchiver* a, int progress, int total, const QString& name) override;
-    void archiverArchiveFinished(RQZipArchiver*, const QString& path) override;
-    void archiverArchiveCancelled(RQZipArchiver*) override;
-    void archiverArchiveError(RQZipArchiver*, const RQError& error) override;
-};
-
-class UnArchiverRecorder : public RQUnZipArchiverDelegate
-{
-public:
-    NoticeLog log;
-    std::function<void(RQUnZipArchiver*, int)> onProgress;
-
-    void unArchiverArchiveStarted(RQUnZipArchiver*, int total) override;
-    void unArchiverArchiveProgress(RQUnZipArchiver* u, int progress, int total, const QString& name) override;
-    void unArchiverArchiveFinished(RQUnZipArchiver*, const QString& path) override;
-    void unArchiverArchiveCancelled(RQUnZipArchiver*) override;
-    void unArchiverArchiveError(RQUnZipArchiver*, const RQError& error) override;
-};
-
-class MessageRecorder : public ZipArchiveDelegate
-{
-public:
+struct MessageRecorder : ZipArchiveDelegate {
     QStringList messages;
     void ErrorMessage(const QString& message) override { messages << message; }
 };
 
-// A temporary folder per test and runs of the front ends to their end.
+// A temporary folder per test and whole runs of the front ends (returning their notices).
 class ZipTest : public ::testing::Test
 {
 protected:
     QString path(const QString& relative) const { return m_dir.filePath(relative); }
     QString file(const QString& relative, const QByteArray& bytes); // parents made
     QString folder(const QString& relative);
+    QStringList files(int count, const QByteArray& bytes); // f1 ... f<count>
     QStringList archive(const QString& zip, const QStringList& contents, const QString& password = {},
-                        int level = 4, quint64 encoding = 4); // the notices
+                        int level = 4, quint64 encoding = 4);
     QStringList extract(const QString& zip, const QString& destination, const QString& password = {},
                         quint64 encoding = 4);
 
     QTemporaryDir m_dir;
 };
 
-// tests/zip/peer.py (Python's zipfile): exit code; stdout into out.
+// Fixture of a table of cases; CaseName gives each instance the case's name.
+template <typename Case>
+class ZipTable : public ZipTest, public ::testing::WithParamInterface<Case>
+{
+};
+struct CaseName {
+    template <typename Info> std::string operator()(const Info& info) const { return info.param.name; }
+};
+template <typename Case, typename = decltype(Case::name)>
+std::ostream& operator<<(std::ostream& os, const Case& param) { return os << param.name; }
+
+// tests/zip/peer.py (Python's zipfile): its exit code; stdout into out.
 int peer(const QStringList& arguments, QByteArray* out = nullptr);
-// One object per entry, raw header fields as Python reads them.
+// One object per entry: name (stored bytes, hex), text (name as UTF-8), flag, method, crc,
+// size, date_time ("yyyy-MM-dd hh:mm:ss").
 QList<QJsonObject> inspect(const QString& zip);
-// Entry names (stored bytes taken as UTF-8).
-QStringList entryNames(const QString& zip);
-// An archive made by Python from {"name" | "name_hex", "data", "method", "external", ...}.
-QString makeArchive(const QString& zip, const QJsonArray& entries);
+QStringList entryNames(const QString& zip); // the "text" of every entry
+QString makeArchive(const QString& zip, const QJsonArray& entries); // see peer.py make
 QJsonObject entry(const QString& name, const QString& data = {});
+QStringList contentsOf(const QString& root); // listTree, files as "name=<contents as Latin-1>"
 bool setModified(const QString& path, const QDateTime& when); // links not followed
-QDateTime modified(const QString& path);
 QByteArray randomBytes(int size, quint32 seed);
