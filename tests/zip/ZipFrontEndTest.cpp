@@ -137,30 +137,6 @@ TEST_F(FrontEndLifetime, DelegateClearedDuringARunAndDestructorWaitsForTheEnd)
     EXPECT_EQ(entryNames(path("out.zip")).size(), 50);
 }
 
-TEST_F(FrontEndLifetime, NextRunStartedFromTheFinishedNotice)
-{
-    // A runner may start its next archive from the thread the notice came on.
-    struct Chain : Recorder {
-        QString next;
-        QStringList contents;
-        void archiverArchiveFinished(RQZipArchiver* archiver, const QString& path) override
-        {
-            if (next.isEmpty()) {
-                return Recorder::archiverArchiveFinished(archiver, path);
-            }
-            archiver->archive(std::exchange(next, QString()), contents, 4);
-        }
-    } chain;
-    chain.next = path("second.zip");
-    chain.contents = { file("a.txt", "a") };
-    RQZipArchiver archiver;
-    archiver.setDelegate(&chain);
-    archiver.archive(path("first.zip"), chain.contents, 4);
-    ASSERT_TRUE(chain.waitForEnd());
-    EXPECT_EQ(chain.lines().last(), "finished " + path("second.zip"));
-    EXPECT_EQ(entryNames(path("first.zip")), entryNames(path("second.zip")));
-}
-
 TEST(RQErrorFamilies, ArchiverCodeThreeHasNoDescriptionButKeepsItsPath)
 {
     const RQError error = RQError::initWithErrorCode(3, "/p");

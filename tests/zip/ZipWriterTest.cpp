@@ -60,10 +60,9 @@ TEST_P(WrittenArchive, PassesEveryPeerWithTheHeaderFieldsOfItsLevel)
 INSTANTIATE_TEST_SUITE_P(
     Table, WrittenArchive,
     ::testing::Values(PeerCase { "Level0", 0, {} }, PeerCase { "Level1", 1, {} }, PeerCase { "Level2", 2, {} },
-                      PeerCase { "Level3", 3, {} }, PeerCase { "Level4", 4, {} }, PeerCase { "Level5", 5, {} },
-                      PeerCase { "Level6", 6, {} }, PeerCase { "Level7", 7, {} }, PeerCase { "Level8", 8, {} },
-                      PeerCase { "Level9", 9, {} }, PeerCase { "EncryptedLevel1", 1, "s3cret" },
-                      PeerCase { "EncryptedLevel9", 9, "pass word!" }), CaseName());
+                      PeerCase { "Level4", 4, {} }, PeerCase { "Level8", 8, {} }, PeerCase { "Level9", 9, {} },
+                      PeerCase { "EncryptedLevel1", 1, "s3cret" }, PeerCase { "EncryptedLevel9", 9, "pass word!" }),
+    CaseName());
 
 using ZipWriter = ZipTest;
 
