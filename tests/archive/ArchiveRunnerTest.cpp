@@ -69,61 +69,32 @@ protected:
     HeldProgressWindow runner;
 };
 
-struct TitleCase {
-    const char* name;
-    int files;
-    QStringList titles;
-};
-
-class RunnerTitles : public Runner, public ::testing::WithParamInterface<TitleCase> {};
-
-TEST_P(RunnerTitles, ShowTheShareOfEntriesStartedWithOneDecimal)
-{
-    QStringList files;
-    for (int i = 0; i < GetParam().files; ++i) {
-        files.append(QStringLiteral("f%1.txt").arg(i));
-    }
-    makeTree(dir.path(), files);
-    QStringList titles;
-    runner.atNotice = [&](int, int) { titles.append(runner.windowTitle()); };
-
-    runner.runArchive(nullptr, absolute(dir.path(), files), profile, dir.filePath("t.zip"));
-
-    EXPECT_EQ(titles, GetParam().titles);
-    files.sort();
-    EXPECT_EQ(zipEntries(dir.filePath("t.zip")), files);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Titles, RunnerTitles,
-    ::testing::Values(TitleCase{"OneOfThree", 3, {"圧縮中 - 33.3%", "圧縮中 - 66.7%", "圧縮中 - 100.0%"}},
-                      TitleCase{"ThreeOfEight", 8,
-                                {"圧縮中 - 12.5%", "圧縮中 - 25.0%", "圧縮中 - 37.5%", "圧縮中 - 50.0%",
-                                 "圧縮中 - 62.5%", "圧縮中 - 75.0%", "圧縮中 - 87.5%",
-                                 "圧縮中 - 100.0%"}}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-struct EndCase {
+struct RunCase {
     const char* name;
     QStringList stored;  // existing files, archived in this order
     QStringList missing; // listed after them, gone when their step runs
-    bool archiveMade;
-    const char* text;
+    QStringList titles;  // the window's title at each progress notice
+    const char* text;    // the notification's text
 };
 
-class RunnerEnd : public Runner, public ::testing::WithParamInterface<EndCase> {};
+void PrintTo(const RunCase& row, std::ostream* out) { *out << row.name; }
 
-TEST_P(RunnerEnd, NotifiesOnceAndKeepsTheErrorsForTheResult)
+class RunnerRun : public Runner, public ::testing::WithParamInterface<RunCase> {};
+
+TEST_P(RunnerRun, ShowsTheShareStartedNotifiesOnceAndKeepsTheErrors)
 {
-    const EndCase& c = GetParam();
+    const RunCase& c = GetParam();
     makeTree(dir.path(), c.stored);
     QWidget mainWindow;
     mainWindow.setGeometry(100, 80, 800, 600);
     mainWindow.show();
+    QStringList titles;
+    runner.atNotice = [&](int, int) { titles.append(runner.windowTitle()); };
     const QString url = dir.filePath("r.zip");
 
     runner.runArchive(&mainWindow, absolute(dir.path(), c.stored + c.missing), profile, url);
 
+    EXPECT_EQ(titles, c.titles);
     const auto notes = services.notifier.delivered();
     ASSERT_EQ(notes.size(), 1);
     EXPECT_EQ(notes[0].title, "MOKUZA-FULL");
@@ -137,8 +108,8 @@ TEST_P(RunnerEnd, NotifiesOnceAndKeepsTheErrorsForTheResult)
     }
     EXPECT_EQ(codes, QList<int>(c.missing.size(), 1));
     EXPECT_EQ(paths, absolute(dir.path(), c.missing));
-    EXPECT_EQ(QFileInfo::exists(url), c.archiveMade);
-    if (c.archiveMade) {
+    EXPECT_EQ(QFileInfo::exists(url), !c.stored.isEmpty());
+    if (!c.stored.isEmpty()) {
         QStringList sorted = c.stored;
         sorted.sort();
         EXPECT_EQ(zipEntries(url), sorted);
@@ -151,56 +122,21 @@ TEST_P(RunnerEnd, NotifiesOnceAndKeepsTheErrorsForTheResult)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Ends, RunnerEnd,
-    ::testing::Values(EndCase{"AllStored", {"a.txt", "b.txt"}, {}, true, "圧縮が完了しました"},
-                      EndCase{"ItemGoneBeforeItsStep", {"a.txt"}, {"gone.txt"}, true,
-                              "圧縮が完了しましたが、エラーがあります"},
-                      EndCase{"NothingToStore", {}, {}, false, "圧縮が完了しました"}),
+    Runs, RunnerRun,
+    ::testing::Values(
+        RunCase{"OneOfThree", {"a", "b", "c"}, {}, {"圧縮中 - 33.3%", "圧縮中 - 66.7%", "圧縮中 - 100.0%"},
+                "圧縮が完了しました"},
+        RunCase{"ThreeOfEight", {"1", "2", "3", "4", "5", "6", "7", "8"}, {},
+                {"圧縮中 - 12.5%", "圧縮中 - 25.0%", "圧縮中 - 37.5%", "圧縮中 - 50.0%", "圧縮中 - 62.5%",
+                 "圧縮中 - 75.0%", "圧縮中 - 87.5%", "圧縮中 - 100.0%"},
+                "圧縮が完了しました"},
+        RunCase{"ItemGoneBeforeItsStep", {"a.txt"}, {"gone.txt"}, {"圧縮中 - 50.0%"},
+                "圧縮が完了しましたが、エラーがあります"},
+        RunCase{"NothingToStore", {}, {}, {}, "圧縮が完了しました"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-class RunnerJob : public Runner
-{
-protected:
-    void SetUp() override
-    {
-        services.host.archiveRunner = &runner;
-        profile.archiveMode = RKProfileSetting::ArchiveModeMulti;
-        profile.saveLocation = RKProfileSetting::SaveLocationStaticFolder;
-        profile.saveStaticFolderPath = dir.filePath("out");
-    }
-};
-
-TEST_F(RunnerJob, CancelledSecondArchiveEndsOnlyItself)
-{
-    makeTree(dir.path(), {"one.txt", "two/1", "two/2", "two/3", "three.txt"});
-    runner.atNotice = [&](int archive, int progress) {
-        if (archive == 2 && progress == 1) {
-            runner.findChild<QPushButton*>("btnCansel")->click();
-        }
-    };
-    const auto job = makeJob("MultiStaticFolder", absolute(dir.path(), {"one.txt", "two", "three.txt"}),
-                             profile);
-    ASSERT_EQ(runJob(job), 1);
-
-    ASSERT_EQ(services.host.results.shown.size(), 1);
-    QStringList titles;
-    for (const auto& result : services.host.results.shown.front()) {
-        titles.append(result.title);
-    }
-    EXPECT_EQ(titles, QStringList({"one.zip", "two.zip", "three.zip"}));
-    EXPECT_EQ(zipEntries(dir.filePath("out/one.zip")), QStringList{"one.txt"});
-    // The step under way when cancel came is completed, then the writer stops.
-    EXPECT_EQ(zipEntries(dir.filePath("out/two.zip")), QStringList{"two/"});
-    EXPECT_EQ(zipEntries(dir.filePath("out/three.zip")), QStringList{"three.txt"});
-    QStringList notified;
-    for (const auto& note : services.notifier.delivered()) {
-        notified.append(note.subtitle);
-    }
-    EXPECT_EQ(notified, absolute(dir.path(), {"out/one.zip", "out/three.zip"}));
-}
-
 // Asks like the scripted prompt, noting where the runner stood at each ask:
-// over it and visible, with how many archives were already done.
+// over it and visible, with how many archives were already notified.
 struct ObservingPrompt : ScriptedPasswordPrompt {
     QString showPasswordDialog(QObject* window, const RKProfileSetting& p) override
     {
@@ -212,71 +148,67 @@ struct ObservingPrompt : ScriptedPasswordPrompt {
     QList<QPair<bool, int>> seen;
 };
 
-TEST_F(RunnerJob, AsksThePasswordOverTheRunnerBeforeEveryArchive)
+// Three archives with passMode 1; the second is cancelled in the runner while
+// the owner lets go of the job (a newer request replaced it).
+TEST_F(Runner, JobAsksEveryPasswordOverTheRunnerAndACancelEndsOnlyItsArchive)
 {
-    makeTree(dir.path(), {"a.txt", "b.txt", "c.txt"});
+    makeTree(dir.path(), {"one.txt", "two/1", "two/2", "two/3", "three.txt"});
     ObservingPrompt prompt;
     prompt.runner = &runner;
     prompt.notifier = &services.notifier;
     prompt.archiveAnswers = {"p1", "p2", "p3"};
     RKPasswordPrompt::setCurrent(&prompt); // put back by the fixture's services
+    services.host.archiveRunner = &runner;
+    services.host.reserve = true;
+    profile.archiveMode = RKProfileSetting::ArchiveModeMulti;
+    profile.saveLocation = RKProfileSetting::SaveLocationStaticFolder;
+    profile.saveStaticFolderPath = dir.filePath("out");
     profile.passMode = RKProfileSetting::PassModeAnytime;
-
-    ASSERT_EQ(runJob(makeJob("MultiStaticFolder", absolute(dir.path(), {"a.txt", "b.txt", "c.txt"}),
-                             profile)),
-              1);
-
-    EXPECT_EQ(prompt.seen, (QList<QPair<bool, int>>{{true, 0}, {true, 1}, {true, 2}}));
-    ASSERT_EQ(services.host.results.shown.size(), 1);
-    const auto& results = services.host.results.shown.front();
-    ASSERT_EQ(results.size(), 3);
-    const QStringList names = {"a", "b", "c"};
-    for (int i = 0; i < 3; ++i) {
-        const QString password = QStringLiteral("p%1").arg(i + 1);
-        EXPECT_EQ(results[i].password.stringValue, password);
-        const QString archive = dir.filePath("out/" + names[i] + ".zip");
-        EXPECT_EQ(zipEntries(archive, password), QStringList{names[i] + ".txt"});
-        EXPECT_TRUE(zipEntries(archive).constFirst().startsWith("unreadable"))
-            << "archive " << i << " is not encrypted";
-    }
-}
-
-TEST_F(RunnerJob, JobOutlivesItsOwnerWhileItsRunnerIsUp)
-{
-    makeTree(dir.path(), {"a.txt", "b.txt"});
-    auto job = makeJob("MultiStaticFolder", absolute(dir.path(), {"a.txt", "b.txt"}), profile);
-    const QPointer<RKArchiveBase> watched = job.get();
-    int finished = 0;
-    QObject::connect(job.get(), &RKArchiveBase::finished, [&] { ++finished; });
-    runner.atNotice = [&](int, int) { job.reset(); }; // a newer request replaced it
-    job->startProcess();
-
-    ASSERT_TRUE(TestEnvironment::waitFor([&] { return finished == 1; }));
-    ASSERT_EQ(services.host.results.shown.size(), 1);
-    EXPECT_EQ(services.host.results.shown.front().size(), 2);
-    EXPECT_TRUE(TestEnvironment::waitFor([&] { return watched.isNull(); }));
-}
-
-TEST_F(RunnerJob, ResultShowsThePasswordAsTheLastStoredProfileWithTheJobsIdSays)
-{
-    makeTree(dir.path(), {"a.txt"});
-    profile.passMode = RKProfileSetting::PassModeStatic;
-    profile.password = "secret";
+    // The result shows passwords as the last stored profile with the job's ID says.
     RKSetting setting = RKSetting::Setting();
     setting.archiveProfiles = {profile, profile, RKProfileSetting::DefaultSetting()};
     setting.archiveProfiles[1].passwordShow = true; // the job's copy says false
     setting.commit();
-    services.host.reserve = true;
 
-    ASSERT_EQ(runJob(makeJob("SingleStaticFolder", {dir.filePath("a.txt")}, profile)), 1);
+    auto job = makeJob("MultiStaticFolder", absolute(dir.path(), {"one.txt", "two", "three.txt"}),
+                       profile);
+    const QPointer<RKArchiveBase> watched = job.get();
+    int finished = 0;
+    QObject::connect(job.get(), &RKArchiveBase::finished, [&] { ++finished; });
+    runner.atNotice = [&](int archive, int progress) {
+        if (archive == 2 && progress == 1) {
+            runner.findChild<QPushButton*>("btnCansel")->click();
+            job.reset();
+        }
+    };
+    job->startProcess();
+    ASSERT_TRUE(TestEnvironment::waitFor([&] { return finished == 1; }));
 
+    EXPECT_EQ(prompt.seen, (QList<QPair<bool, int>>{{true, 0}, {true, 1}, {true, 1}}));
     ASSERT_EQ(services.host.results.shown.size(), 1);
-    const auto& password = services.host.results.shown.front().front().password;
-    EXPECT_EQ(password.stringValue, "secret");
-    EXPECT_TRUE(password.showPassword);
-    EXPECT_EQ(zipEntries(dir.filePath("out/a.zip"), "secret"), QStringList{"a.txt"});
-    // Started to open items: the application quits once the results are closed.
-    EXPECT_EQ(services.host.terminateCalls, 1);
+    const auto& results = services.host.results.shown.front();
+    ASSERT_EQ(results.size(), 3);
+    // The step under way when cancel came is completed, then the writer stops.
+    const QList<QPair<QString, QStringList>> made = {
+        {"one", {"one.txt"}}, {"two", {"two/"}}, {"three", {"three.txt"}}};
+    for (int i = 0; i < 3; ++i) {
+        const QString password = QStringLiteral("p%1").arg(i + 1);
+        const QString archive = dir.filePath("out/" + made[i].first + ".zip");
+        EXPECT_EQ(results[i].title, made[i].first + ".zip");
+        EXPECT_EQ(results[i].password.stringValue, password);
+        EXPECT_TRUE(results[i].password.showPassword);
+        EXPECT_EQ(zipEntries(archive, password), made[i].second);
+        if (i != 1) {
+            EXPECT_TRUE(zipEntries(archive).constFirst().startsWith("unreadable")) << i << " not encrypted";
+        }
+    }
+    QStringList notified;
+    for (const auto& note : services.notifier.delivered()) {
+        notified.append(note.subtitle);
+    }
+    EXPECT_EQ(notified, absolute(dir.path(), {"out/one.zip", "out/three.zip"}));
+    EXPECT_EQ(services.host.terminateCalls, 1) << "started to open items: quits after the results";
+    EXPECT_TRUE(TestEnvironment::waitFor([&] { return watched.isNull(); }));
 }
 
 } // namespace

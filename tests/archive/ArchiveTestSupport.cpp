@@ -32,7 +32,12 @@ QStringList zipEntries(const QString& archivePath, const QString& password)
         "if sys.argv[2]: z.setpassword(sys.argv[2].encode())\n"
         "bad = z.testzip()\n"
         "if bad is not None: sys.exit('bad entry ' + bad)\n"
-        "print('\\n'.join(sorted(z.namelist())))\n");
+        "n = z.namelist()\n"
+        "for i, e in enumerate(n):\n"
+        "    p = e.rstrip('/').rpartition('/')[0] + '/'\n"
+        "    if p in n and (n.index(p) > i or any(not x.startswith(p) for x in n[n.index(p) + 1:i])):\n"
+        "        sys.exit('stored out of order: ' + e)\n"
+        "print('\\n'.join(sorted(n)))\n");
     const auto result = TestEnvironment::run(QStringLiteral("python3"),
                                              {QStringLiteral("-c"), script, archivePath, password});
     if (result.exitCode != 0) {

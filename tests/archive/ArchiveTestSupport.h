@@ -8,7 +8,15 @@
 
 #include <memory>
 
+#include <ostream>
+
 class RKArchiveBase;
+
+// Readable texts in the messages of failed expectations.
+inline void PrintTo(const QString& text, std::ostream* out)
+{
+    *out << '"' << text.toStdString() << '"';
+}
 
 // Shared by the archive suite: building item trees and reading archives back
 // with a reader nobody here wrote.
@@ -19,8 +27,9 @@ namespace ArchiveTestSupport {
 void makeTree(const QString& root, const QStringList& entries);
 
 // The entry names of an archive, sorted, after Python's zipfile has read and
-// checked every entry (with the password when given). On failure a single
-// line starting with "unreadable:".
+// checked every entry (with the password when given) and found every folder
+// stored before its contents, which follow it in one piece. On failure a
+// single line starting with "unreadable:".
 QStringList zipEntries(const QString& archivePath, const QString& password = QString());
 
 // Paths relative to root.
