@@ -15,6 +15,13 @@
 #include <QStringList>
 
 #include <functional>
+#include <ostream>
+
+// Readable texts in the messages of failed expectations.
+inline void PrintTo(const QString& text, std::ostream* out)
+{
+    *out << '"' << text.toStdString() << '"';
+}
 
 // Keys held as the test says; counts the questions so a test can tell that
 // nothing was sampled. Installed for its lifetime.
@@ -23,13 +30,11 @@ class ScriptedKeyState : public RKKeyStateSource
 public:
     ScriptedKeyState() { RKKeyStateSource::setCurrent(this); }
     ~ScriptedKeyState() override { RKKeyStateSource::setCurrent(nullptr); }
-
     bool isKeyHeld(int virtualKeyCode) override
     {
         ++questions;
         return held.contains(virtualKeyCode);
     }
-
     QSet<int> held;
     int questions = 0;
 };
@@ -45,25 +50,28 @@ public:
     QList<Run> runs;
     std::function<void(const Run&)> onRun;
 
-    void runArchive(QObject* centreOver, const QStringList& filePaths,
-                    const RKProfileSetting& profile, const QString& url) override;
-    QString usedPassword() const override;
+    void runArchive(QObject*, const QStringList& filePaths, const RKProfileSetting& profile,
+                    const QString& url) override
+    {
+        runs.append(Run{filePaths, profile, url});
+        if (onRun) {
+            onRun(runs.last());
+        }
+    }
+    QString usedPassword() const override { return runs.isEmpty() ? QString() : runs.last().profile.password; }
     QList<RQError> errors() const override { return {}; }
 };
 
 class RecordingUnArchiveRunner : public RKUnArchiveRunner
 {
 public:
-    struct Run {
-        QString archivePath;
-        RKUnArchiveProfileSetting profile;
-        QString destinationFolder;
-    };
-    QList<Run> runs;
+    QList<RKUnArchiveProfileSetting> runs; // the profile of every archive extracted
 
-    void runUnArchive(QObject* centreOver, const QString& archivePath,
-                      const RKUnArchiveProfileSetting& profile,
-                      const QString& destinationFolder) override;
+    void runUnArchive(QObject*, const QString&, const RKUnArchiveProfileSetting& profile,
+                      const QString&) override
+    {
+        runs.append(profile);
+    }
     QList<RQError> errors() const override { return {}; }
     QString usedPassword() const override { return QString(); }
 };

@@ -12,10 +12,11 @@
 #include "unarchive/RKUnArchiveBase.h"
 
 #include <QAbstractButton>
+#include <QComboBox>
 #include <QCoreApplication>
+#include <QDir>
 #include <QDropEvent>
 #include <QFileInfo>
-#include <QDir>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QTemporaryDir>
@@ -31,15 +32,13 @@ namespace {
 
 constexpr int kKeyP = 35;
 constexpr int kKeyA = 0;
+constexpr int kLeftShift = 56;
+constexpr quint64 kNoKey = ~quint64(0);
 
 class AppDelegateTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(dir.isValid());
-        RKSetting::RestoreDefault();
-    }
+    void SetUp() override { RKSetting::RestoreDefault(); }
 
     void TearDown() override
     {
@@ -56,17 +55,20 @@ protected:
         setting.commit();
     }
 
-    QString makeFile(const QString& name)
+    // "x/" is made as a folder, anything else as a file.
+    QStringList make(const QStringList& items)
     {
-        const QString path = dir.filePath(name);
-        EXPECT_TRUE(TestEnvironment::writeFile(path, "data"));
-        return path;
-    }
-
-    QString makeFolder(const QString& name)
-    {
-        EXPECT_TRUE(QDir(dir.path()).mkpath(name));
-        return dir.filePath(name);
+        QStringList paths;
+        for (const QString& item : items) {
+            if (item.endsWith('/')) {
+                EXPECT_TRUE(QDir(dir.path()).mkpath(item));
+                paths.append(dir.filePath(item.chopped(1)));
+            } else {
+                EXPECT_TRUE(TestEnvironment::writeFile(dir.filePath(item), "data"));
+                paths.append(dir.filePath(item));
+            }
+        }
+        return paths;
     }
 
     TestAppDelegate& start()
@@ -94,41 +96,40 @@ void dropOn(RKDroppableView* view, const QStringList& paths)
         urls.append(QUrl::fromLocalFile(path));
     }
     data.setUrls(urls);
-    const QPointF centre = QRectF(view->rect()).center();
-    QDragEnterEvent enter(centre.toPoint(), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(view, &enter);
     ASSERT_TRUE(enter.isAccepted());
-    QDropEvent drop(centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(view, &drop);
     ASSERT_TRUE(drop.isAccepted());
 }
 
-// --- open-files request: the job class of the Finder-drag profile -------------------
+// --- open-files request: the job class of the Finder-drag profile, and quitting ----
 
 struct JobClassRow {
     const char* name;
-    QStringList items; // "x/" a folder, else a file
+    QStringList items;
     qint32 mode;
-    qint32 location;
-    const char* expectedClass;
+    qint32 location;           // 0 asks with a panel
+    bool startedForItems;      // the request came before the end of start-up
+    bool answerPanel;          // else every panel is cancelled
+    const char* expectedClass; // "": no job for these values
 };
 
-class OpenFilesJobClass : public AppDelegateTest, public ::testing::WithParamInterface<JobClassRow>
-{
-};
+class OpenFiles : public AppDelegateTest, public ::testing::WithParamInterface<JobClassRow> {};
 
-TEST_P(OpenFilesJobClass, StartsTheTableClassWithTheFinderDragProfile)
+TEST_P(OpenFiles, StartsTheTableClassAndQuitsAfterTheResultsOnlyWhenStartedForTheItems)
 {
     const JobClassRow& row = GetParam();
-    QStringList paths;
-    for (const QString& item : row.items) {
-        paths.append(item.endsWith(QLatin1Char('/')) ? makeFolder(item.chopped(1)) : makeFile(item));
+    const QStringList paths = make(row.items);
+    const QString out = make({"out/"}).constFirst();
+    if (row.answerPanel) {
+        services.panels.script({dir.filePath("chosen.zip")});
     }
-    const QString out = makeFolder(QStringLiteral("out"));
-    QString archiveID;
-    QString unArchiveID;
+    QString archiveID, unArchiveID;
     editSettings([&](RKSetting& s) {
-        // The second profile of each list, so the first (the factory choice) cannot pass.
+        // The second profile of each list: the first (whose key code -1 would
+        // read as held if it were asked) must not win.
         RKProfileSetting& archive = s.archiveProfiles[1];
         archive.archiveMode = row.mode;
         archive.saveLocation = row.location;
@@ -141,45 +142,60 @@ TEST_P(OpenFilesJobClass, StartsTheTableClassWithTheFinderDragProfile)
     });
 
     TestAppDelegate& app = start();
-    app.applicationDidFinishLaunching();
+    if (!row.startedForItems) {
+        app.applicationDidFinishLaunching();
+    }
     app.applicationOpenFiles(paths);
+    if (row.startedForItems) {
+        app.applicationDidFinishLaunching();
+    }
+    EXPECT_EQ(app.reserveExit(), row.startedForItems);
     EXPECT_FALSE(app.isJobRunning()) << "the job is set up on a later turn";
     ASSERT_TRUE(app.waitUntilIdle());
 
     const QString expected = QString::fromLatin1(row.expectedClass);
-    if (expected.startsWith(QStringLiteral("RKUnArchive"))) {
-        ASSERT_TRUE(app.unArchiver());
-        EXPECT_EQ(className(app.unArchiver().get()), expected);
-        EXPECT_EQ(app.unArchiver()->profile().profileID, unArchiveID);
-        EXPECT_FALSE(app.archiver());
-    } else {
-        ASSERT_TRUE(app.archiver());
-        EXPECT_EQ(className(app.archiver().get()), expected);
+    const bool extract = expected.startsWith("RKUnArchive");
+    EXPECT_EQ(className(app.archiver().get()), extract ? QString() : expected);
+    EXPECT_EQ(className(app.unArchiver().get()), extract ? expected : QString());
+    if (app.archiver()) {
         EXPECT_EQ(app.archiver()->profile().profileID, archiveID);
-        EXPECT_EQ(app.archiver()->profile().destEncoding, 4u);
         EXPECT_EQ(app.archiver()->items(), paths);
-        EXPECT_FALSE(app.unArchiver());
     }
+    if (app.unArchiver()) {
+        EXPECT_EQ(app.unArchiver()->profile().profileID, unArchiveID);
+    }
+    // A cancelled panel ends the job without results, and an application
+    // started for the items then stays.
+    const bool results = !expected.isEmpty() && (row.location != 0 || row.answerPanel);
+    EXPECT_EQ(app.results.shown.size(), results ? 1 : 0);
+    EXPECT_EQ(app.terminateCount, results && row.startedForItems ? 1 : 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    App, OpenFilesJobClass,
+    App, OpenFiles,
     ::testing::Values(
-        JobClassRow{"OneFolderPerItemModeIsSingle", {"dir/"}, 1, 1, "RKArchiveSingleSameSource"},
-        JobClassRow{"TwoFilesOneArchiveAsk", {"a.txt", "b.txt"}, 0, 0, "RKArchiveSingleAnyTime"},
-        JobClassRow{"TwoFilesOneArchiveFixed", {"a.txt", "b.txt"}, 0, 2,
+        JobClassRow{"OneFolderPerItemModeIsSingle", {"dir/"}, 1, 1, true, false, "RKArchiveSingleSameSource"},
+        JobClassRow{"TwoFilesOneArchiveAsk", {"a.txt", "b.txt"}, 0, 0, false, true, "RKArchiveSingleAnyTime"},
+        JobClassRow{"TwoFilesOneArchiveAskAnswered", {"a.txt", "b.txt"}, 0, 0, true, true,
+                    "RKArchiveSingleAnyTime"},
+        JobClassRow{"TwoFilesOneArchiveAskCancelled", {"a.txt", "b.txt"}, 0, 0, true, false,
+                    "RKArchiveSingleAnyTime"},
+        JobClassRow{"TwoFilesOneArchiveFixed", {"a.txt", "b.txt"}, 0, 2, false, false,
                     "RKArchiveSingleStaticFolder"},
-        JobClassRow{"FileAndFolderPerItemAsk", {"a.txt", "y/"}, 1, 0, "RKArchiveMultiAnyTime"},
-        JobClassRow{"FileAndFolderPerItemBeside", {"a.txt", "y/"}, 1, 1,
+        JobClassRow{"FileAndFolderPerItemAsk", {"a.txt", "y/"}, 1, 0, true, false, "RKArchiveMultiAnyTime"},
+        JobClassRow{"FileAndFolderPerItemBeside", {"a.txt", "y/"}, 1, 1, false, false,
                     "RKArchiveMultiSameSource"},
-        JobClassRow{"FileAndFolderPerItemFixed", {"a.txt", "y/"}, 1, 2,
+        JobClassRow{"FileAndFolderPerItemFixed", {"a.txt", "y/"}, 1, 2, true, false,
                     "RKArchiveMultiStaticFolder"},
-        JobClassRow{"OneZipAsk", {"a.zip"}, 0, 0, "RKUnArchiveSingleAnyTime"},
-        JobClassRow{"OneZipBeside", {"a.ZIP"}, 0, 1, "RKUnArchiveSingleSameSource"},
-        JobClassRow{"OneZipFixed", {"a.Zip"}, 0, 2, "RKUnArchiveSingleStaticFolder"},
-        JobClassRow{"TwoZipsAsk", {"a.zip", "b.zip"}, 1, 0, "RKUnArchiveMultiAnyTime"},
-        JobClassRow{"TwoZipsBeside", {"a.zip", "b.zip"}, 0, 1, "RKUnArchiveMultiSameSource"},
-        JobClassRow{"TwoZipsFixed", {"a.zip", "b.zip"}, 0, 2, "RKUnArchiveMultiStaticFolder"}),
+        JobClassRow{"OneZipAsk", {"a.zip"}, 0, 0, true, false, "RKUnArchiveSingleAnyTime"},
+        JobClassRow{"OneZipBeside", {"a.ZIP"}, 0, 1, true, false, "RKUnArchiveSingleSameSource"},
+        JobClassRow{"OneZipFixed", {"a.Zip"}, 0, 2, false, false, "RKUnArchiveSingleStaticFolder"},
+        JobClassRow{"TwoZipsAsk", {"a.zip", "b.zip"}, 1, 0, false, false, "RKUnArchiveMultiAnyTime"},
+        JobClassRow{"TwoZipsBeside", {"a.zip", "b.zip"}, 0, 1, false, false, "RKUnArchiveMultiSameSource"},
+        JobClassRow{"TwoZipsFixed", {"a.zip", "b.zip"}, 0, 2, true, false, "RKUnArchiveMultiStaticFolder"},
+        JobClassRow{"ArchiveLocationThreeNoJob", {"a.txt"}, 0, 3, true, false, ""},
+        JobClassRow{"ModeTwoWithTwoItemsNoJob", {"a.txt", "b.txt"}, 2, 0, true, false, ""},
+        JobClassRow{"UnArchiveLocationMinusOneNoJob", {"a.zip"}, 0, -1, true, false, ""}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(AppDelegateTest, FinderDragIdNamingNoProfileDropsTheRequestBeforeSamplingKeys)
@@ -187,11 +203,10 @@ TEST_F(AppDelegateTest, FinderDragIdNamingNoProfileDropsTheRequestBeforeSampling
     editSettings([](RKSetting& s) {
         s.finderDragArchiveProfileID = QStringLiteral("no such profile");
         s.archiveProfiles[2].profileShotcutCode = kKeyA;
-        s.archiveProfiles[2].profileShotcutFlags = 0;
     });
     keys.held = {kKeyA, kKeyP};
     TestAppDelegate& app = start();
-    app.applicationOpenFiles({makeFile(QStringLiteral("a.txt"))});
+    app.applicationOpenFiles(make({"a.txt"}));
     ASSERT_TRUE(app.waitUntilIdle());
     EXPECT_FALSE(app.archiver());
     EXPECT_EQ(keys.questions, 0);
@@ -199,203 +214,125 @@ TEST_F(AppDelegateTest, FinderDragIdNamingNoProfileDropsTheRequestBeforeSampling
     EXPECT_EQ(app.window()->findChild<QMessageBox*>(), nullptr);
 }
 
-// --- quitting after the result window ------------------------------------------------
+// --- the profile and password a request gets --------------------------------------
 
-struct QuitRow {
-    const char* name;
-    bool openedBeforeLaunchEnded;
-    qint32 saveLocation;
-    bool answerPanel;
-    int expectedRuns;
-    int expectedTerminate;
-};
-
-class QuitAfterResult : public AppDelegateTest, public ::testing::WithParamInterface<QuitRow>
-{
-};
-
-TEST_P(QuitAfterResult, OnlyAnApplicationStartedForTheItemsQuitsAndOnlyAfterAResult)
-{
-    const QuitRow& row = GetParam();
-    editSettings([&](RKSetting& s) { s.archiveProfiles[0].saveLocation = row.saveLocation; });
-    if (row.answerPanel) {
-        services.panels.script({dir.filePath(QStringLiteral("chosen.zip"))});
-    }
-    const QStringList paths{makeFile(QStringLiteral("a.txt"))};
-
-    TestAppDelegate& app = start();
-    if (row.openedBeforeLaunchEnded) {
-        app.applicationOpenFiles(paths);
-        app.applicationDidFinishLaunching();
-    } else {
-        app.applicationDidFinishLaunching();
-        app.applicationOpenFiles(paths);
-    }
-    EXPECT_EQ(app.reserveExit(), row.openedBeforeLaunchEnded);
-    ASSERT_TRUE(app.waitUntilIdle());
-
-    EXPECT_EQ(app.archiveRunner.runs.size(), row.expectedRuns);
-    EXPECT_EQ(app.results.shown.size(), row.expectedRuns);
-    EXPECT_EQ(app.terminateCount, row.expectedTerminate);
-    EXPECT_TRUE(app.isDockProcessing());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    App, QuitAfterResult,
-    ::testing::Values(QuitRow{"StartedForItemsQuits", true, 1, false, 1, 1},
-                      QuitRow{"AlreadyRunningStays", false, 1, false, 1, 0},
-                      QuitRow{"StartedForItemsPanelAnsweredQuits", true, 0, true, 1, 1},
-                      QuitRow{"StartedForItemsPanelCancelledStays", true, 0, false, 0, 0},
-                      QuitRow{"AlreadyRunningPanelCancelledStays", false, 0, false, 0, 0}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-// --- held profile combination ------------------------------------------------------
-
-struct HeldProfileRow {
+struct ProfileRow {
     const char* name;
     bool viaDrop;
-};
-
-class HeldProfileOverride : public AppDelegateTest,
-                            public ::testing::WithParamInterface<HeldProfileRow>
-{
-};
-
-TEST_P(HeldProfileOverride, HeldCombinationReplacesTheBaseProfileWithoutStoringIt)
-{
-    QString heldID;
-    QString baseID;
-    editSettings([&](RKSetting& s) {
-        for (RKProfileSetting& p : s.archiveProfiles) {
-            p.saveLocation = RKProfileSetting::SaveLocationSameSource;
-        }
-        s.archiveProfiles[3].profileShotcutCode = kKeyA;
-        s.archiveProfiles[3].profileShotcutFlags = 0;
-        heldID = s.archiveProfiles[3].profileID;
-        baseID = GetParam().viaDrop ? s.archiveProfiles[2].profileID
-                                    : s.finderDragArchiveProfileID;
-    });
-    const RKSetting before = RKSetting::Setting();
-    keys.held = {kKeyA};
-    const QString item = makeFile(QStringLiteral("a.txt"));
-
-    TestAppDelegate& app = start();
-    app.applicationDidFinishLaunching();
-    if (GetParam().viaDrop) {
-        app.window()->topView()->profilePopUp()->setCurrentIndex(2);
-        dropOn(app.window()->topView()->zipDropPanel(), {item});
-    } else {
-        app.applicationOpenFiles({item});
-    }
-    ASSERT_TRUE(app.waitUntilIdle());
-
-    ASSERT_EQ(app.archiveRunner.runs.size(), 1);
-    EXPECT_EQ(app.archiveRunner.runs[0].profile.profileID, heldID);
-    const RKSetting after = RKSetting::Setting();
-    EXPECT_EQ(after.finderDragArchiveProfileID, before.finderDragArchiveProfileID);
-    // The drop window records the profile of its pop-up, not the held one.
-    EXPECT_EQ(after.activeArchiveProfileID,
-              GetParam().viaDrop ? baseID : before.activeArchiveProfileID);
-}
-
-INSTANTIATE_TEST_SUITE_P(App, HeldProfileOverride,
-                         ::testing::Values(HeldProfileRow{"OpenFiles", false},
-                                           HeldProfileRow{"Drop", true}),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(AppDelegateTest, HeldUnArchiveCombinationReplacesTheFinderDragProfile)
-{
-    QString heldID;
-    editSettings([&](RKSetting& s) {
-        for (RKUnArchiveProfileSetting& p : s.unArchiveProfiles) {
-            p.saveLocation = RKProfileSetting::SaveLocationSameSource;
-        }
-        s.unArchiveProfiles[1].profileShotcutCode = kKeyA;
-        s.unArchiveProfiles[1].profileShotcutFlags = 0x100000; // Command
-        heldID = s.unArchiveProfiles[1].profileID;
-    });
-    keys.held = {kKeyA, 55}; // A with left Command
-    TestAppDelegate& app = start();
-    app.applicationOpenFiles({makeFile(QStringLiteral("a.zip"))});
-    ASSERT_TRUE(app.waitUntilIdle());
-    ASSERT_EQ(app.unArchiveRunner.runs.size(), 1);
-    EXPECT_EQ(app.unArchiveRunner.runs[0].profile.profileID, heldID);
-    EXPECT_TRUE(services.passwords.archivePromptProfiles.isEmpty())
-        << "the password combination (P) is not held and plays no part in extracting";
-}
-
-// --- held password combination ------------------------------------------------------
-
-struct PasswordRow {
-    const char* name;
+    bool extract;
+    int popUpIndex;          // shown in the drop window's pop-up of the kind
+    QList<int> heldProfiles; // profiles whose combination (A) is held
+    QList<int> otherKeys;    // held too (P is the factory password combination)
     quint64 passwordCode;
-    QList<int> held;
-    int heldProfileIndex; // -1: no profile combination held
-    int expectedPrompts;
-    qint32 expectedPassMode;
-    const char* expectedPassword;
+    qint64 passwordFlags;
+    int expectedIndex; // the profile the job gets
+    bool expectPrompt; // the manual password window, once for the job
 };
 
-class HeldPasswordCombination : public AppDelegateTest,
-                                public ::testing::WithParamInterface<PasswordRow>
-{
-};
+class RequestProfile : public AppDelegateTest, public ::testing::WithParamInterface<ProfileRow> {};
 
-TEST_P(HeldPasswordCombination, AsksOnceForTheJobAndLeavesTheStoredProfile)
+TEST_P(RequestProfile, HeldCombinationsChooseTheProfileAndPasswordWithoutStoringThem)
 {
-    const PasswordRow& row = GetParam();
+    const ProfileRow& row = GetParam();
     editSettings([&](RKSetting& s) {
         s.passwordShotcutCode = row.passwordCode;
-        s.passwordShotcutFlags = 0;
+        s.passwordShotcutFlags = row.passwordFlags;
         for (RKProfileSetting& p : s.archiveProfiles) {
             p.archiveMode = RKProfileSetting::ArchiveModeMulti;
             p.saveLocation = RKProfileSetting::SaveLocationSameSource;
         }
-        if (row.heldProfileIndex >= 0) {
-            s.archiveProfiles[row.heldProfileIndex].profileShotcutCode = kKeyA;
-            s.archiveProfiles[row.heldProfileIndex].profileShotcutFlags = 0;
+        for (RKUnArchiveProfileSetting& p : s.unArchiveProfiles) {
+            p.saveLocation = RKProfileSetting::SaveLocationSameSource;
+        }
+        for (int i : row.heldProfiles) {
+            (row.extract ? s.unArchiveProfiles[i].profileShotcutCode
+                         : s.archiveProfiles[i].profileShotcutCode) = kKeyA;
         }
     });
     const RKSetting before = RKSetting::Setting();
-    const RKProfileSetting expectedProfile =
-        before.archiveProfiles.at(row.heldProfileIndex >= 0 ? row.heldProfileIndex : 0);
-    keys.held = QSet<int>(row.held.begin(), row.held.end());
-    services.passwords.archiveAnswers = {QStringLiteral("pw{YYYY}")};
+    const auto idAt = [&](int i) {
+        return row.extract ? before.unArchiveProfiles.at(i).profileID
+                           : before.archiveProfiles.at(i).profileID;
+    };
+    keys.held = QSet<int>(row.otherKeys.begin(), row.otherKeys.end());
+    if (!row.heldProfiles.isEmpty()) {
+        keys.held.insert(kKeyA);
+    }
+    services.passwords.archiveAnswers = {"pw{YYYY}"};
+    const QStringList items = make(row.extract ? QStringList{"in.zip"} : QStringList{"a.txt", "b/", "c.txt"});
 
     TestAppDelegate& app = start();
-    app.applicationOpenFiles({makeFile(QStringLiteral("a.txt")), makeFile(QStringLiteral("b.txt")),
-                              makeFile(QStringLiteral("c.txt"))});
+    QStringList activeAtStart;
+    QObject::connect(&app, &RKAppDelegate::jobStarted, [&] {
+        const RKSetting s = RKSetting::Setting();
+        activeAtStart = {s.activeArchiveProfileID, s.activeUnArchiveProfileID};
+    });
+    RKTopView* view = app.window()->topView();
+    if (row.viaDrop) {
+        QComboBox* popUp = row.extract ? static_cast<QComboBox*>(view->unArchiveProfilePopUp())
+                                       : view->profilePopUp();
+        popUp->setCurrentIndex(row.popUpIndex);
+        dropOn(view->zipDropPanel(), items);
+    } else {
+        app.applicationOpenFiles(items);
+    }
     ASSERT_TRUE(app.waitUntilIdle());
 
-    ASSERT_EQ(services.passwords.archivePromptProfiles.size(), row.expectedPrompts);
-    if (row.expectedPrompts > 0) {
-        // The window is prepared for the stored record, not the job's copy.
-        const RKProfileSetting& prompted = services.passwords.archivePromptProfiles[0];
-        EXPECT_EQ(prompted.profileID, expectedProfile.profileID);
-        EXPECT_EQ(prompted.passMode, expectedProfile.passMode);
-    }
-    ASSERT_EQ(app.archiveRunner.runs.size(), 3);
+    QStringList used;
     for (const auto& run : app.archiveRunner.runs) {
-        EXPECT_EQ(run.profile.profileID, expectedProfile.profileID);
-        EXPECT_EQ(run.profile.passMode, row.expectedPassMode);
-        EXPECT_EQ(run.profile.password, QString::fromUtf8(row.expectedPassword));
+        used.append(run.profile.profileID);
+        // The typed text becomes the job's template, expanded by the runner.
+        const RKProfileSetting& stored = before.archiveProfiles.at(row.expectedIndex);
+        EXPECT_EQ(run.profile.passMode, row.expectPrompt ? 2 : stored.passMode);
+        EXPECT_EQ(run.profile.password, row.expectPrompt ? QString("pw{YYYY}") : stored.password);
     }
+    for (const auto& profile : app.unArchiveRunner.runs) {
+        used.append(profile.profileID);
+    }
+    EXPECT_EQ(used, QStringList(items.size(), idAt(row.expectedIndex)));
+    // Prepared for the stored record of the chosen profile, not the job's copy.
+    QStringList prompted;
+    for (const RKProfileSetting& profile : services.passwords.archivePromptProfiles) {
+        prompted.append(profile.profileID + " " + QString::number(profile.passMode));
+    }
+    const QString chosen =
+        idAt(row.expectedIndex) + " " + QString::number(before.archiveProfiles.at(row.expectedIndex).passMode);
+    EXPECT_EQ(prompted, row.expectPrompt ? QStringList{chosen} : QStringList());
+
+    // The drop window records the profile of its pop-up before the job
+    // starts; nothing else is stored.
+    QStringList active = {before.activeArchiveProfileID, before.activeUnArchiveProfileID};
+    if (row.viaDrop) {
+        active[row.extract ? 1 : 0] = idAt(row.popUpIndex);
+    }
+    EXPECT_EQ(activeAtStart, active);
     const RKSetting after = RKSetting::Setting();
+    EXPECT_EQ(after.finderDragArchiveProfileID, before.finderDragArchiveProfileID);
+    EXPECT_EQ(after.finderDragUnArchiveProfileID, before.finderDragUnArchiveProfileID);
     for (int i = 0; i < before.archiveProfiles.size(); ++i) {
         EXPECT_EQ(after.archiveProfiles[i].passMode, before.archiveProfiles[i].passMode);
         EXPECT_EQ(after.archiveProfiles[i].password, before.archiveProfiles[i].password);
     }
 }
 
+constexpr quint64 P = 35;
+constexpr qint64 kShift = 0x20000;
+
 INSTANTIATE_TEST_SUITE_P(
-    App, HeldPasswordCombination,
+    App, RequestProfile,
     ::testing::Values(
-        PasswordRow{"HeldWithPassModeNone", 35, {kKeyP}, -1, 1, 2, "pw{YYYY}"},
-        PasswordRow{"NotHeld", 35, {}, -1, 0, 0, ""},
-        PasswordRow{"ClearedCombinationNeverAsks", ~quint64(0), {kKeyP}, -1, 0, 0, ""},
-        // With a held profile, the window is prepared for that profile.
-        PasswordRow{"HeldTogetherWithAProfileCombination", 35, {kKeyP, kKeyA}, 3, 1, 2,
-                    "pw{YYYY}"}),
+        ProfileRow{"OpenFilesHeldOverrides", false, false, 0, {3}, {}, P, 0, 3, false},
+        ProfileRow{"OpenFilesTwoHeldEarlierWins", false, false, 0, {3, 1}, {}, P, 0, 1, false},
+        ProfileRow{"OpenFilesExtractHeldOverridesNoPassword", false, true, 0, {1}, {kKeyP}, P, 0, 1, false},
+        ProfileRow{"DropUsesThePopUp", true, false, 2, {}, {}, P, 0, 2, false},
+        ProfileRow{"DropZipUsesThePopUp", true, true, 1, {}, {}, P, 0, 1, false},
+        ProfileRow{"DropHeldOverridesThePopUp", true, false, 2, {3}, {}, P, 0, 3, false},
+        ProfileRow{"PasswordHeldWithPassModeNone", false, false, 0, {}, {kKeyP}, P, 0, 0, true},
+        ProfileRow{"PasswordNotHeld", false, false, 0, {}, {kLeftShift}, P, 0, 0, false},
+        ProfileRow{"PasswordClearedNeverAsks", false, false, 0, {}, {kKeyP}, kNoKey, 0, 0, false},
+        ProfileRow{"PasswordClearedWithFlagsNeverAsks", false, false, 0, {}, {kKeyP, kLeftShift}, kNoKey,
+                   kShift, 0, false},
+        ProfileRow{"PasswordAndProfileHeld", false, false, 0, {3}, {kKeyP}, P, 0, 3, true}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // --- mixed items ------------------------------------------------------------------
@@ -403,36 +340,31 @@ INSTANTIATE_TEST_SUITE_P(
 struct MixedRow {
     const char* name;
     bool viaOpenFiles;
-    bool empty;
+    QStringList items;
     int expectedTerminate;
 };
 
-class MixedItems : public AppDelegateTest, public ::testing::WithParamInterface<MixedRow>
-{
-};
+class MixedItems : public AppDelegateTest, public ::testing::WithParamInterface<MixedRow> {};
 
 TEST_P(MixedItems, AlertOnTheWindowThenQuitOnlyForOpenFiles)
 {
     const MixedRow& row = GetParam();
-    const QStringList paths = row.empty ? QStringList()
-                                        : QStringList{makeFile(QStringLiteral("a.zip")),
-                                                      makeFile(QStringLiteral("b.txt"))};
+    const QStringList paths = make(row.items);
     TestAppDelegate& app = start();
     app.applicationDidFinishLaunching();
     if (row.viaOpenFiles) {
         app.applicationOpenFiles(paths);
     } else {
-        app.window()->topView()->droppableViewItemDropped(
-            app.window()->topView()->zipDropPanel(), paths);
+        dropOn(app.window()->topView()->zipDropPanel(), paths);
     }
 
-    auto* alert = app.window()->findChild<QMessageBox*>(QStringLiteral("mixedItemsAlert"));
+    auto* alert = app.window()->findChild<QMessageBox*>("mixedItemsAlert");
     ASSERT_NE(alert, nullptr);
-    EXPECT_EQ(alert->text(), QString::fromUtf16(u"エラー"));
-    EXPECT_EQ(alert->informativeText(), QString::fromUtf16(u"圧縮対象と解凍対象が混在しています"));
+    EXPECT_EQ(alert->text(), "エラー");
+    EXPECT_EQ(alert->informativeText(), "圧縮対象と解凍対象が混在しています");
     EXPECT_EQ(alert->windowModality(), Qt::WindowModal);
     ASSERT_EQ(alert->buttons().size(), 1);
-    EXPECT_EQ(alert->buttons()[0]->text(), QStringLiteral("OK"));
+    EXPECT_EQ(alert->buttons()[0]->text(), "OK");
     EXPECT_EQ(app.terminateCount, 0) << "nothing ends before the alert is dismissed";
 
     alert->buttons()[0]->click();
@@ -443,53 +375,10 @@ TEST_P(MixedItems, AlertOnTheWindowThenQuitOnlyForOpenFiles)
 }
 
 INSTANTIATE_TEST_SUITE_P(App, MixedItems,
-                         ::testing::Values(MixedRow{"OpenFilesQuits", true, false, 1},
-                                           MixedRow{"OpenFilesEmptyQuits", true, true, 1},
-                                           MixedRow{"DropStays", false, false, 0}),
+                         ::testing::Values(MixedRow{"OpenFilesQuits", true, {"a.zip", "b.txt"}, 1},
+                                           MixedRow{"OpenFilesEmptyQuits", true, {}, 1},
+                                           MixedRow{"DropStays", false, {"a.zip", "b.txt"}, 0}),
                          [](const auto& info) { return std::string(info.param.name); });
-
-// --- drop window dispatch ------------------------------------------------------------
-
-TEST_F(AppDelegateTest, DropStoresThePopUpProfileAsActiveBeforeTheJobStarts)
-{
-    QString chosenArchiveID;
-    QString chosenUnArchiveID;
-    editSettings([&](RKSetting& s) {
-        s.archiveProfiles[2].saveLocation = RKProfileSetting::SaveLocationSameSource;
-        chosenArchiveID = s.archiveProfiles[2].profileID;
-        s.unArchiveProfiles[1].saveLocation = RKProfileSetting::SaveLocationSameSource;
-        chosenUnArchiveID = s.unArchiveProfiles[1].profileID;
-    });
-    const QString folder = makeFolder(QStringLiteral("docs"));
-    const QString archive = makeFile(QStringLiteral("in.zip"));
-
-    TestAppDelegate& app = start();
-    RKTopView* view = app.window()->topView();
-    ASSERT_NE(RKSetting::Setting().activeArchiveProfileID, chosenArchiveID);
-    view->profilePopUp()->setCurrentIndex(2);
-    view->unArchiveProfilePopUp()->setCurrentIndex(1);
-    QStringList activeAtStart;
-    QObject::connect(&app, &RKAppDelegate::jobStarted, [&] {
-        const RKSetting s = RKSetting::Setting();
-        activeAtStart << s.activeArchiveProfileID << s.activeUnArchiveProfileID;
-    });
-
-    dropOn(view->zipDropPanel(), {folder});
-    ASSERT_TRUE(app.waitUntilIdle());
-    ASSERT_EQ(activeAtStart.size(), 2);
-    EXPECT_EQ(activeAtStart[0], chosenArchiveID);
-    ASSERT_EQ(app.archiveRunner.runs.size(), 1);
-    EXPECT_EQ(app.archiveRunner.runs[0].profile.profileID, chosenArchiveID);
-    EXPECT_EQ(app.archiveRunner.runs[0].url, dir.filePath(QStringLiteral("docs.zip")));
-
-    dropOn(view->zipDropPanel(), {archive});
-    ASSERT_TRUE(app.waitUntilIdle());
-    ASSERT_EQ(activeAtStart.size(), 4);
-    EXPECT_EQ(activeAtStart[3], chosenUnArchiveID);
-    ASSERT_EQ(app.unArchiveRunner.runs.size(), 1);
-    EXPECT_EQ(app.unArchiveRunner.runs[0].profile.profileID, chosenUnArchiveID);
-    EXPECT_EQ(app.terminateCount, 0);
-}
 
 // --- one job at a time -------------------------------------------------------------
 
@@ -511,9 +400,7 @@ TEST_F(AppDelegateTest, RequestsArrivingDuringAJobWaitForItAndTheExitWaitsForThe
     editSettings([](RKSetting& s) {
         s.archiveProfiles[0].saveLocation = RKProfileSetting::SaveLocationSameSource;
     });
-    const QString first = makeFile(QStringLiteral("first.txt"));
-    const QString second = makeFile(QStringLiteral("second.txt"));
-    const QString third = makeFile(QStringLiteral("third.txt"));
+    const QStringList paths = make({"first.txt", "second.txt", "third.txt"});
     keys.held = {kKeyP}; // every request asks for a password first
 
     TestAppDelegate& app = start();
@@ -521,23 +408,23 @@ TEST_F(AppDelegateTest, RequestsArrivingDuringAJobWaitForItAndTheExitWaitsForThe
     HandingOverPrompt prompt;
     RKPasswordPrompt::setCurrent(&prompt); // put back by the fixture's services
     prompt.whileUp = [&] {
-        app.applicationOpenFiles({second});
+        app.applicationOpenFiles({paths[1]});
         bool turned = false; // a few turns of the window's loop
         QTimer::singleShot(0, [&] { QTimer::singleShot(0, [&] { turned = true; }); });
         TestEnvironment::waitFor([&] { return turned; });
     };
-    QObject::connect(&app, &RKAppDelegate::jobStarted, [&] { log << QStringLiteral("start"); });
-    QObject::connect(&app, &RKAppDelegate::jobFinished, [&] { log << QStringLiteral("end"); });
+    QObject::connect(&app, &RKAppDelegate::jobStarted, [&] { log << "start"; });
+    QObject::connect(&app, &RKAppDelegate::jobFinished, [&] { log << "end"; });
     app.archiveRunner.onRun = [&](const RecordingArchiveRunner::Run& run) {
-        log << QStringLiteral("run ") + QFileInfo(run.url).fileName();
+        log << "run " + QFileInfo(run.url).fileName();
         if (app.archiveRunner.runs.size() == 1) {
             // Items handed over by a later start while the runner's loop runs.
-            app.applicationOpenFiles({third});
+            app.applicationOpenFiles({paths[2]});
             EXPECT_EQ(app.pendingRequestCount(), 2);
         }
         EXPECT_EQ(app.terminateCount, 0);
     };
-    app.applicationOpenFiles({first});
+    app.applicationOpenFiles({paths[0]});
     app.applicationDidFinishLaunching(); // started to open items: quits when done
     ASSERT_TRUE(app.waitUntilIdle());
 

@@ -26,8 +26,8 @@ namespace {
 class ModalAnswerer : public QObject
 {
 public:
-    explicit ModalAnswerer(QString password)
-        : m_password(std::move(password))
+    explicit ModalAnswerer(const char* password)
+        : m_password(QString::fromUtf8(password))
     {
         connect(&m_timer, &QTimer::timeout, this, &ModalAnswerer::answer);
         m_timer.start(20);
@@ -64,18 +64,13 @@ private:
 
 TEST(AppEndToEnd, HeldPasswordCombinationEncryptsWithTheExpandedTypedPassword)
 {
-    ASSERT_TRUE(TestEnvironment::hasProgram(QStringLiteral("unzip")));
-    ASSERT_TRUE(TestEnvironment::hasProgram(QStringLiteral("python3")));
     RKSetting::RestoreDefault();
     QTemporaryDir dir;
-    ASSERT_TRUE(dir.isValid());
-    const QStringList items{dir.filePath(QString::fromUtf16(u"資料.txt")),
-                            dir.filePath(QStringLiteral("b.txt")),
-                            dir.filePath(QString::fromUtf16(u"フォルダ"))};
+    const QStringList items{dir.filePath("資料.txt"), dir.filePath("b.txt"), dir.filePath("フォルダ")};
     ASSERT_TRUE(TestEnvironment::writeFile(items[0], "first"));
     ASSERT_TRUE(TestEnvironment::writeFile(items[1], QByteArray(5000, 'b')));
-    ASSERT_TRUE(TestEnvironment::writeFile(items[2] + QString::fromUtf16(u"/中身.txt"), "inner"));
-    const QString archive = dir.filePath(QStringLiteral("out.zip"));
+    ASSERT_TRUE(TestEnvironment::writeFile(items[2] + "/中身.txt", "inner"));
+    const QString archive = dir.filePath("out.zip");
 
     ScriptedServices services; // panels, notifier
     services.panels.script({archive});
@@ -84,7 +79,7 @@ TEST(AppEndToEnd, HeldPasswordCombinationEncryptsWithTheExpandedTypedPassword)
     ScriptedKeyState keys;
     keys.held = {35}; // P, the factory password combination
 
-    ModalAnswerer answerer(QStringLiteral("pw{YYYY}"));
+    ModalAnswerer answerer("pw{YYYY}");
     int terminated = 0;
     {
         RKAppDelegate app;
@@ -100,40 +95,31 @@ TEST(AppEndToEnd, HeldPasswordCombinationEncryptsWithTheExpandedTypedPassword)
     EXPECT_EQ(terminated, 1);
     EXPECT_EQ(answerer.passwordWindows, 1);
     EXPECT_EQ(answerer.resultWindows, 1);
-    ASSERT_EQ(services.panels.calls().size(), 1);
-
-    const QString password = QStringLiteral("pw%1").arg(QDate::currentDate().year());
+    EXPECT_EQ(services.panels.calls().size(), 1);
     ASSERT_EQ(answerer.results.size(), 1);
-    EXPECT_EQ(answerer.results[0].title, QStringLiteral("out.zip"));
-    const auto tested = TestEnvironment::run(QStringLiteral("unzip"),
-                                             {QStringLiteral("-t"), QStringLiteral("-P"), password,
-                                              archive});
+    EXPECT_EQ(answerer.results[0].title, "out.zip");
+    const QString password = QStringLiteral("pw%1").arg(QDate::currentDate().year());
+    const auto tested = TestEnvironment::run("unzip", {"-t", "-P", password, archive});
     EXPECT_EQ(tested.exitCode, 0) << tested.out.toStdString() << tested.err.toStdString();
-    const auto wrong = TestEnvironment::run(
-        QStringLiteral("unzip"), {QStringLiteral("-t"), QStringLiteral("-P"),
-                                  QStringLiteral("pw{YYYY}"), archive});
-    EXPECT_NE(wrong.exitCode, 0) << "the typed template was expanded";
+    EXPECT_NE(TestEnvironment::run("unzip", {"-t", "-P", "pw{YYYY}", archive}).exitCode, 0)
+        << "the typed template was expanded";
 
     // Names in Shift-JIS (code page 932), without the UTF-8 flag.
     const auto names = TestEnvironment::run(
-        QStringLiteral("python3"),
-        {QStringLiteral("-c"),
-         QStringLiteral("import sys, zipfile\n"
-                        "for i in zipfile.ZipFile(sys.argv[1]).infolist():\n"
-                        "    assert not i.flag_bits & 0x800\n"
-                        "    print(i.orig_filename.encode('cp437').decode('cp932'))\n"),
-         archive});
+        "python3", {"-c",
+                    "import sys, zipfile\n"
+                    "for i in zipfile.ZipFile(sys.argv[1]).infolist():\n"
+                    "    assert not i.flag_bits & 0x800\n"
+                    "    print(i.orig_filename.encode('cp437').decode('cp932'))\n",
+                    archive});
     ASSERT_EQ(names.exitCode, 0) << names.err.toStdString();
-    EXPECT_EQ(QString::fromUtf8(names.out).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
-              QStringList({QString::fromUtf16(u"資料.txt"), QStringLiteral("b.txt"),
-                           QString::fromUtf16(u"フォルダ/"),
-                           QString::fromUtf16(u"フォルダ/中身.txt")}));
+    EXPECT_EQ(QString::fromUtf8(names.out).split('\n', Qt::SkipEmptyParts),
+              QStringList({"資料.txt", "b.txt", "フォルダ/", "フォルダ/中身.txt"}));
 
     // The stored profile keeps its own password mode.
     EXPECT_EQ(RKSetting::Setting().archiveProfiles[0].passMode, RKProfileSetting::PassModeNone);
-    ASSERT_FALSE(services.notifier.delivered().isEmpty());
-    EXPECT_EQ(services.notifier.delivered()[0].informativeText,
-              QString::fromUtf16(u"圧縮が完了しました"));
+    ASSERT_EQ(services.notifier.delivered().size(), 1);
+    EXPECT_EQ(services.notifier.delivered()[0].informativeText, "圧縮が完了しました");
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 // The drop window: what a drag may bring, the pop-ups it shows, the logo and
 // the help page it opens.
 #include "app/AppTestSupport.h"
-#include "app/RKHelpPage.h"
 #include "app/widgets/RKDroppableView.h"
 #include "app/widgets/RKDroppableViewDelegate.h"
 #include "app/widgets/RKLogoImageView.h"
@@ -13,9 +12,7 @@
 #include "ui/RKUnArchiveProfilePopUpButton.h"
 
 #include <QDesktopServices>
-#include <QDir>
 #include <QMimeData>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -30,9 +27,7 @@ struct DragRow {
     QStringList expectedPaths; // empty: the drag is refused
 };
 
-class RecordingDropDelegate : public RKDroppableViewDelegate
-{
-public:
+struct RecordingDropDelegate : RKDroppableViewDelegate {
     void droppableViewItemDropped(RKDroppableView* view, const QStringList& paths) override
     {
         EXPECT_NE(view, nullptr);
@@ -41,9 +36,7 @@ public:
     QList<QStringList> drops;
 };
 
-class DraggedFileList : public ::testing::TestWithParam<DragRow>
-{
-};
+class DraggedFileList : public ::testing::TestWithParam<DragRow> {};
 
 TEST_P(DraggedFileList, OnlyAllLocalFilesAreTaken)
 {
@@ -85,10 +78,9 @@ TEST_P(DraggedFileList, OnlyAllLocalFilesAreTaken)
 INSTANTIATE_TEST_SUITE_P(
     DropWindow, DraggedFileList,
     ::testing::Values(
-        DragRow{"FilesInOrder", {"file:///tmp/b.txt", "file:///tmp/a.txt"}, {"/tmp/b.txt", "/tmp/a.txt"}},
-        DragRow{"FolderTrailingSlashRemoved", {"file:///tmp/dir/"}, {"/tmp/dir"}},
-        DragRow{"JapaneseAndSpaces", {"file:///tmp/%E8%B3%87%E6%96%99%20A.txt"},
-                {QString::fromUtf16(u"/tmp/資料 A.txt")}},
+        // In order; a folder without its trailing slash; escapes decoded.
+        DragRow{"LocalFiles", {"file:///tmp/b.txt", "file:///tmp/dir/", "file:///tmp/%E8%B3%87%E6%96%99%20A.txt"},
+                {"/tmp/b.txt", "/tmp/dir", "/tmp/資料 A.txt"}},
         DragRow{"RemoteRefused", {"https://example.com/a.txt"}, {}},
         DragRow{"MixedLocalAndRemoteRefused", {"file:///tmp/a.txt", "sftp://host/b.txt"}, {}},
         DragRow{"TextWithoutUrlsRefused", {}, {}}),
@@ -100,7 +92,6 @@ class DropWindowTest : public ::testing::Test
 {
 protected:
     void SetUp() override { RKSetting::RestoreDefault(); }
-
     ScriptedServices services;
 };
 
@@ -159,41 +150,6 @@ TEST_F(DropWindowTest, LogoClickAndHelpCommandOpenTheShippedHelpPage)
         EXPECT_TRUE(QString::fromUtf8(page).contains(QString::fromUtf16(u"プロファイル")));
     }
 }
-
-struct HelpLayoutRow {
-    const char* name;
-    const char* binDir;     // where the executable is, relative to the root
-    const char* pageAt;     // where the page is, "" for nowhere
-    const char* expected;   // what is found, "" for nothing
-};
-
-class HelpPageLayout : public ::testing::TestWithParam<HelpLayoutRow>
-{
-};
-
-TEST_P(HelpPageLayout, FoundBesideTheBuildOrUnderShare)
-{
-    const HelpLayoutRow& row = GetParam();
-    QTemporaryDir root;
-    ASSERT_TRUE(root.isValid());
-    const QString binDir = root.filePath(QString::fromLatin1(row.binDir));
-    ASSERT_TRUE(QDir().mkpath(binDir));
-    if (*row.pageAt) {
-        ASSERT_TRUE(TestEnvironment::writeFile(root.filePath(QString::fromLatin1(row.pageAt)),
-                                               "<html lang=\"ja\"></html>"));
-    }
-    const QString found = RKHelpPage::helpFilePath(binDir);
-    EXPECT_EQ(found, *row.expected ? root.filePath(QString::fromLatin1(row.expected)) : QString());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    DropWindow, HelpPageLayout,
-    ::testing::Values(
-        HelpLayoutRow{"BuildTree", "build", "build/help/index.html", "build/help/index.html"},
-        HelpLayoutRow{"Installed", "usr/bin", "usr/share/mokuza-full/help/index.html",
-                      "usr/share/mokuza-full/help/index.html"},
-        HelpLayoutRow{"Missing", "usr/bin", "", ""}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace
 
