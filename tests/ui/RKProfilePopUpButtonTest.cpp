@@ -14,15 +14,11 @@ protected:
     void SetUp() override { RKSetting::RestoreDefault(); }
 };
 
-TEST_F(ProfilePopUp, EmptyPopUpHasNoSelectedProfile)
-{
-    EXPECT_FALSE(RKProfilePopUpButton().selectedProfile().has_value());
-    EXPECT_FALSE(RKUnArchiveProfilePopUpButton().selectedProfile().has_value());
-}
-
 TEST_F(ProfilePopUp, SelectedProfileReadsTheListAsStoredNow)
 {
     RKProfilePopUpButton archive;
+    EXPECT_FALSE(archive.selectedProfile().has_value()) << "empty until loadItems";
+    EXPECT_FALSE(RKUnArchiveProfilePopUpButton().selectedProfile().has_value());
     archive.loadItems();
     archive.setCurrentIndex(4);
 
