@@ -29,14 +29,14 @@ enum class Form {
     NonLossyAscii,
 };
 
-struct EncodingSpec {
+struct EncodingEntry {
     quint32 value;
     Form form;
     const char* icuName; // Form::Icu only
 };
 
 // Index into this table is also the slot of a thread's converter cache.
-constexpr std::array<EncodingSpec, 22> kEncodings{{
+constexpr std::array<EncodingEntry, 22> kEncodings{{
     {1, Form::Icu, "US-ASCII"},
     {2, Form::NeXTSTEP, nullptr},
     {3, Form::Icu, "EUC-JP"},
@@ -65,7 +65,7 @@ constexpr std::array<EncodingSpec, 22> kEncodings{{
     {0x9C000100u, Form::Utf32LE, nullptr},
 }};
 
-int specIndex(quint64 encoding)
+int entryIndex(quint64 encoding)
 {
     const auto low = static_cast<quint32>(encoding);
     for (std::size_t i = 0; i < kEncodings.size(); ++i) {
@@ -587,12 +587,12 @@ std::optional<QString> decodeNonLossy(const QByteArray& bytes)
 
 std::optional<QByteArray> RKStringEncoding::encode(const QString& text, quint64 encoding)
 {
-    const int index = specIndex(encoding);
+    const int index = entryIndex(encoding);
     if (index < 0) {
         return std::nullopt;
     }
-    const EncodingSpec& spec = kEncodings[static_cast<std::size_t>(index)];
-    switch (spec.form) {
+    const EncodingEntry& entry = kEncodings[static_cast<std::size_t>(index)];
+    switch (entry.form) {
     case Form::Icu:
         return text.isEmpty() ? emptyBytes() : encodeWithIcu(text, index);
     case Form::Utf8:
@@ -625,15 +625,15 @@ std::optional<QByteArray> RKStringEncoding::encode(const QString& text, quint64 
 
 std::optional<QString> RKStringEncoding::decode(const QByteArray& bytes, quint64 encoding)
 {
-    const int index = specIndex(encoding);
+    const int index = entryIndex(encoding);
     if (index < 0) {
         return std::nullopt;
     }
-    const EncodingSpec& spec = kEncodings[static_cast<std::size_t>(index)];
+    const EncodingEntry& entry = kEncodings[static_cast<std::size_t>(index)];
     if (bytes.isEmpty()) {
         return emptyText();
     }
-    switch (spec.form) {
+    switch (entry.form) {
     case Form::Icu:
         return decodeWithIcu(bytes.constData(), bytes.size(), index);
     case Form::Utf8:
@@ -662,7 +662,7 @@ std::optional<QString> RKStringEncoding::decode(const QByteArray& bytes, quint64
 
 bool RKStringEncoding::isKnown(quint64 encoding)
 {
-    return specIndex(encoding) >= 0;
+    return entryIndex(encoding) >= 0;
 }
 
 QString RKStringEncoding::precomposedStringWithCompatibilityMapping(const QString& text)

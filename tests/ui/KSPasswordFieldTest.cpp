@@ -46,7 +46,7 @@ INSTANTIATE_TEST_SUITE_P(
         StrengthCase{"SixteenLowercaseWithoutRepeat", "abcdefghijklmnop", 0.5f, 2},
         StrengthCase{"EmptyField", "", 0.0f, 0},
         StrengthCase{"RepeatIgnoresCase", "abcdABCD", 0.125f, 1},
-        StrengthCase{"SymbolsAreAClass", "!!??--++", 0.125f, 1},
+        StrengthCase{"SymbolsAreAClass", "!!?" "?--++", 0.125f, 1},
         StrengthCase{"CappedAtOne", "Aa1!Bb2@Cc3#Dd4$Ee5%Ff6^Gg7&", 1.0f, 3},
         StrengthCase{"FourOfTwelveDistinctIsNoVariety", "abcdabcdabcd", 0.0f, 1},
         // Distinct characters are composed ones: four of six letters (not
