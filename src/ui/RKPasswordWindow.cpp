@@ -2,6 +2,7 @@
 
 #include "settings/RKSetting.h"
 #include "ui/KSPasswordField.h"
+#include "ui/RKWindowPlacement.h"
 #include "ui_RKPasswordWindow.h"
 
 #include <QCheckBox>
@@ -43,14 +44,8 @@ QString RKPasswordWindow::runModal(QWidget* parent, const RKProfileSetting& prof
 {
     RKPasswordWindow window(parent);
     window.adjustSize();
-    if (parent) {
-        // Centred over the parent; moving it keeps the dialog from placing
-        // itself anew when shown.
-        const QRect parentFrame = parent->window()->geometry();
-        const QSize size = window.size();
-        window.move(parentFrame.x() + (parentFrame.width() - size.width()) / 2,
-                    parentFrame.y() + (parentFrame.height() - size.height()) / 2);
-    }
+    // Placed before it is shown, so the dialog does not place itself anew.
+    RKCentreOver(&window, parent);
     window.dispInit(profile);
     window.exec();
     return window.password();

@@ -2,6 +2,7 @@
 
 #include "ui/RKOpenPanel.h"
 #include "ui/RKSavePanel.h"
+#include "ui/RKWindowPlacement.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -29,19 +30,6 @@ QWidget* parentWindow(QObject* parent)
 {
     auto* widget = qobject_cast<QWidget*>(parent);
     return widget ? widget->window() : nullptr;
-}
-
-// Origin = parent's origin plus half the difference of the sizes; the panel
-// keeps its size. Moving the dialog keeps Qt from centring it itself.
-void centreOver(QWidget* panel, QWidget* parent)
-{
-    if (!parent) {
-        return;
-    }
-    const QRect parentFrame = parent->geometry();
-    const QSize size = panel->size();
-    panel->move(parentFrame.x() + (parentFrame.width() - size.width()) / 2,
-                parentFrame.y() + (parentFrame.height() - size.height()) / 2);
 }
 
 } // namespace
@@ -76,7 +64,7 @@ QString RKQtPanelService::runSavePanel(QObject* parent, const QString& title,
     panel.setAllowedFileTypes(types);
     panel.setProposedPath(url);
     panel.setWindowModality(Qt::ApplicationModal);
-    centreOver(&panel, window);
+    RKCentreOver(&panel, window);
     if (panel.exec() != QDialog::Accepted) {
         return QString();
     }
@@ -96,7 +84,7 @@ QString RKQtPanelService::runOpenPanel(QObject* parent, const QString& title,
         panel.setDirectory(url);
     }
     panel.setWindowModality(Qt::ApplicationModal);
-    centreOver(&panel, window);
+    RKCentreOver(&panel, window);
     if (panel.exec() != QDialog::Accepted) {
         return QString();
     }

@@ -147,7 +147,7 @@ TEST_P(RKProcessResultWindowClose, EndsTheModalLoopWithZero)
     int finishedWith = -99;
     QObject::connect(&window, &QDialog::finished, [&](int code) { finishedWith = code; });
     QTimer::singleShot(0, &window, [&] {
-        shownAt = window.pos();
+        shownAt = window.geometry().topLeft();
         GetParam().second(&window);
     });
     window.showResults(&parent, {result("a.zip", QString(), false)});

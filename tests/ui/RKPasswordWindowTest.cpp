@@ -60,7 +60,7 @@ TEST_P(RKPasswordWindowConfirm, ReturnsTheTypedText)
     QTimer::singleShot(0, &parent, [&] {
         auto* window = qobject_cast<RKPasswordWindow*>(QApplication::activeModalWidget());
         ASSERT_NE(window, nullptr);
-        shownAt = window->pos();
+        shownAt = window->geometry().topLeft();
         shownSize = window->size();
         strengthShown = window->scPassword()->showStrength();
         window->scPassword()->setText(QString::fromUtf8(typed));

@@ -54,7 +54,7 @@ protected:
                     panel->findChild<QLabel*>(QStringLiteral("message"))->text(), panel->directory().absolutePath(),
                     nameEdit->text(), panel->fileMode(), panel->testOption(QFileDialog::ShowDirsOnly),
                     !panel->testOption(QFileDialog::ReadOnly), QThread::currentThread() == qApp->thread(),
-                    panel->pos(), panel->size()};
+                    panel->geometry().topLeft(), panel->size()};
             if (name.isEmpty()) {
                 panel->reject();
             } else {

@@ -1,5 +1,6 @@
 #include "archive/widgets/RKProgressWindow.h"
 
+#include "ui/RKWindowPlacement.h"
 #include "ui_RKProgressWindow.h"
 
 #include "platform/RKAppInfo.h"
@@ -251,14 +252,5 @@ void RKProgressWindow::handToMainThread(std::function<void()> fn)
 
 void RKProgressWindow::centreOver(QObject* parent)
 {
-    auto* parentWidget = qobject_cast<QWidget*>(parent);
-    if (!parentWidget) {
-        return;
-    }
-    // The window keeps its size; the two centres meet. Client areas are
-    // placed, so the frames (alike on both windows) do not shift the result.
-    const QRect outer = parentWidget->geometry();
-    const QSize own = size();
-    setGeometry(outer.x() + (outer.width() - own.width()) / 2,
-                outer.y() + (outer.height() - own.height()) / 2, own.width(), own.height());
+    RKCentreOver(this, parent);
 }

@@ -1,6 +1,7 @@
 #include "results/widgets/RKProcessResultWindow.h"
 
 #include "results/widgets/RKCopyableTableCellView.h"
+#include "ui/RKWindowPlacement.h"
 #include "ui_RKProcessResultWindow.h"
 
 #include <QHeaderView>
@@ -13,19 +14,6 @@ namespace {
 
 constexpr int kLabelColumn = 0;
 constexpr int kValueColumn = 1;
-
-// Secondary windows sit centred over their parent, size unchanged.
-void centreOverParent(QWidget* window, QObject* centreOver)
-{
-    auto* parentWidget = qobject_cast<QWidget*>(centreOver);
-    if (!parentWidget) {
-        return;
-    }
-    const QRect parentFrame = parentWidget->window()->geometry();
-    const QSize size = window->size();
-    window->move(parentFrame.x() + (parentFrame.width() - size.width()) / 2,
-                 parentFrame.y() + (parentFrame.height() - size.height()) / 2);
-}
 
 } // namespace
 
@@ -59,7 +47,7 @@ void RKProcessResultWindow::showResults(QObject* centreOver,
                                         const QList<RKProcessResultInfo>& results)
 {
     doDisplay(results);
-    centreOverParent(this, centreOver);
+    RKCentreOver(this, centreOver);
     exec();
 }
 

@@ -1,6 +1,7 @@
 #include "unarchive/widgets/RKUnArchivePasswordWindow.h"
 
 #include "ui/KSPasswordField.h"
+#include "ui/RKWindowPlacement.h"
 #include "ui_RKUnArchivePasswordWindow.h"
 
 #include <QCheckBox>
@@ -62,11 +63,7 @@ void RKUnArchivePasswordWindow::showEvent(QShowEvent* event)
 {
     // Placed once its final size is known and before it reaches the screen,
     // so the window system keeps this place.
-    if (m_centreOver) {
-        const QRect parent = m_centreOver->window()->geometry();
-        setGeometry(parent.x() + (parent.width() - width()) / 2,
-                    parent.y() + (parent.height() - height()) / 2, width(), height());
-    }
+    RKCentreOver(this, m_centreOver);
     QDialog::showEvent(event);
 }
 

@@ -3,6 +3,7 @@
 #include "platform/RKAppInfo.h"
 #include "platform/RKNotifier.h"
 #include "settings/RKPasswordPrompt.h"
+#include "ui/RKWindowPlacement.h"
 #include "ui_RKUnArchiveProgressWindow.h"
 
 #include <QCloseEvent>
@@ -86,11 +87,7 @@ void RKUnArchiveProgressWindow::runUnArchive(QObject* centreOver, const QString&
                                              const RKUnArchiveProfileSetting& profile,
                                              const QString& destinationFolder)
 {
-    if (auto* parent = qobject_cast<QWidget*>(centreOver)) {
-        const QRect frame = parent->window()->geometry();
-        setGeometry(frame.x() + (frame.width() - width()) / 2,
-                    frame.y() + (frame.height() - height()) / 2, width(), height());
-    }
+    RKCentreOver(this, centreOver);
     // Shown before the run starts, so a password prompt has a window to
     // centre over.
     show();
