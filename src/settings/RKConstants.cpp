@@ -35,6 +35,16 @@ QStringList RKConstants::EncodeNameLists()
     return names;
 }
 
+qint32 RKConstants::storedEncodingValue(quint64 encoding)
+{
+    return static_cast<qint32>(static_cast<quint32>(encoding & 0xFFFFFFFFu));
+}
+
+quint64 RKConstants::encodingValueFromStored(qint32 stored)
+{
+    return static_cast<quint64>(static_cast<qint64>(stored));
+}
+
 QList<qint32> RKConstants::EncodeCodeLists()
 {
     return {1,

@@ -11,4 +11,10 @@ class RKConstants
 public:
     static QStringList EncodeNameLists();
     static QList<qint32> EncodeCodeLists();
+
+    // Encoding values are stored as signed 32-bit numbers: the low 32 bits,
+    // so values from 0x80000000 up become negative, and they come back
+    // sign-extended (0x94000100 → 0xFFFFFFFF94000100).
+    static qint32 storedEncodingValue(quint64 encoding);
+    static quint64 encodingValueFromStored(qint32 stored);
 };

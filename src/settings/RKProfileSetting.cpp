@@ -2,25 +2,10 @@
 
 #include "platform/RKKeyedArchiver.h"
 #include "platform/RKKeyedUnarchiver.h"
+#include "settings/RKConstants.h"
 #include "settings/RKProfileIdentifier.h"
 
 #include <QDir>
-
-namespace {
-
-// Encoding values from 0x80000000 up do not fit a signed 32-bit number: they
-// are stored as their two's-complement negatives and read back sign-extended.
-qint32 storedEncoding(quint64 encoding)
-{
-    return static_cast<qint32>(static_cast<quint32>(encoding & 0xFFFFFFFFu));
-}
-
-quint64 loadedEncoding(qint32 stored)
-{
-    return static_cast<quint64>(static_cast<qint64>(stored));
-}
-
-} // namespace
 
 RKProfileSetting RKProfileSetting::DefaultSetting()
 {
@@ -66,7 +51,7 @@ void RKProfileSetting::encodeWithCoder(RKKeyedArchiver& coder) const
 {
     coder.encodeObject(QStringLiteral("profileID"), profileID);
     coder.encodeObject(QStringLiteral("profileName"), profileName);
-    coder.encodeInt32(QStringLiteral("destEncoding"), storedEncoding(destEncoding));
+    coder.encodeInt32(QStringLiteral("destEncoding"), RKConstants::storedEncodingValue(destEncoding));
     coder.encodeObject(QStringLiteral("password"), password);
     coder.encodeInt32(QStringLiteral("archiveMode"), archiveMode);
     coder.encodeInt32(QStringLiteral("archiveLevel"), archiveLevel);
@@ -86,7 +71,7 @@ RKProfileSetting RKProfileSetting::initWithCoder(const RKKeyedUnarchiver& coder)
     RKProfileSetting record;
     record.profileID = coder.decodeObject(QStringLiteral("profileID"));
     record.profileName = coder.decodeObject(QStringLiteral("profileName"));
-    record.destEncoding = loadedEncoding(coder.decodeInt32(QStringLiteral("destEncoding")));
+    record.destEncoding = RKConstants::encodingValueFromStored(coder.decodeInt32(QStringLiteral("destEncoding")));
     record.password = coder.decodeObject(QStringLiteral("password"));
     record.archiveMode = coder.decodeInt32(QStringLiteral("archiveMode"));
     record.archiveLevel = coder.decodeInt32(QStringLiteral("archiveLevel"));

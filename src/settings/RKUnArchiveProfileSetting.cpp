@@ -2,6 +2,7 @@
 
 #include "platform/RKKeyedArchiver.h"
 #include "platform/RKKeyedUnarchiver.h"
+#include "settings/RKConstants.h"
 #include "settings/RKProfileIdentifier.h"
 
 #include <QDir>
@@ -25,9 +26,7 @@ void RKUnArchiveProfileSetting::encodeWithCoder(RKKeyedArchiver& coder) const
 {
     coder.encodeObject(QStringLiteral("profileID"), profileID);
     coder.encodeObject(QStringLiteral("profileName"), profileName);
-    // Stored like the archive profile's destEncoding: low 32 bits, signed.
-    coder.encodeInt32(QStringLiteral("sourceEncoding"),
-                      static_cast<qint32>(static_cast<quint32>(sourceEncoding & 0xFFFFFFFFu)));
+    coder.encodeInt32(QStringLiteral("sourceEncoding"), RKConstants::storedEncodingValue(sourceEncoding));
     coder.encodeInt32(QStringLiteral("unArchiveMode"), unArchiveMode);
     coder.encodeInt32(QStringLiteral("saveLocation"), saveLocation);
     coder.encodeObject(QStringLiteral("saveStaticFolderPath"), saveStaticFolderPath);
@@ -43,8 +42,8 @@ RKUnArchiveProfileSetting RKUnArchiveProfileSetting::initWithCoder(const RKKeyed
     RKUnArchiveProfileSetting record;
     record.profileID = coder.decodeObject(QStringLiteral("profileID"));
     record.profileName = coder.decodeObject(QStringLiteral("profileName"));
-    record.sourceEncoding = static_cast<quint64>(
-        static_cast<qint64>(coder.decodeInt32(QStringLiteral("sourceEncoding"))));
+    record.sourceEncoding =
+        RKConstants::encodingValueFromStored(coder.decodeInt32(QStringLiteral("sourceEncoding")));
     record.unArchiveMode = coder.decodeInt32(QStringLiteral("unArchiveMode"));
     record.saveLocation = coder.decodeInt32(QStringLiteral("saveLocation"));
     record.saveStaticFolderPath = coder.decodeObject(QStringLiteral("saveStaticFolderPath"));
