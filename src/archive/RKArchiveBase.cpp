@@ -162,6 +162,21 @@ void RKArchiveBase::prepareSingleArchiveFiles()
     decisionArchiveFiles({paths});
 }
 
+void RKArchiveBase::collectItemLocations(QStringList* chosen, const QStringList& decided,
+                                        const std::function<QString(const QString&)>& targetFolder)
+{
+    chosen->append(decided);
+    if (chosen->size() >= items().size()) {
+        performLater([this, chosen] { decisionSavePaths(*chosen); });
+        return;
+    }
+    const QString item = items().at(chosen->size());
+    decideLocation(archiveLocation(item, targetFolder(item)),
+                   [this, chosen, targetFolder](const QStringList& next) {
+                       collectItemLocations(chosen, next, targetFolder);
+                   });
+}
+
 void RKArchiveBase::preparePerItemArchiveFiles()
 {
     QList<QStringList> lists;

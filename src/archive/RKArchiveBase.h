@@ -118,6 +118,14 @@ protected:
     void prepareSingleArchiveFiles();
     void preparePerItemArchiveFiles();
 
+    // One location step of the per-item variants that name archives after
+    // their items: appends the locations just decided to chosen, then decides
+    // the next item's location in targetFolder(item), or goes on to
+    // decisionSavePaths once every item has one. chosen must outlive the job's
+    // steps (a member of the job).
+    void collectItemLocations(QStringList* chosen, const QStringList& decided,
+                              const std::function<QString(const QString&)>& targetFolder);
+
     // The folder that holds a path ("/" for an item directly under the root)
     // and the path's last component.
     static QString folderOf(const QString& path);

@@ -8,14 +8,7 @@ void RKArchiveMultiSameSource::prepareSavePaths()
 
 void RKArchiveMultiSameSource::checkSaveUrl(const QStringList& urls)
 {
-    wkPaths.append(urls);
-    if (wkPaths.size() >= items().size()) {
-        performLater([this] { decisionSavePaths(wkPaths); });
-        return;
-    }
-    const QString item = items().at(wkPaths.size());
-    decideLocation(archiveLocation(item, folderOf(item)),
-                   [this](const QStringList& decided) { checkSaveUrl(decided); });
+    collectItemLocations(&wkPaths, urls, [](const QString& item) { return folderOf(item); });
 }
 
 void RKArchiveMultiSameSource::prepareArchiveFiles()

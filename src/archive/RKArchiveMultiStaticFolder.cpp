@@ -8,14 +8,8 @@ void RKArchiveMultiStaticFolder::prepareSavePaths()
 
 void RKArchiveMultiStaticFolder::checkSaveUrl(const QStringList& urls)
 {
-    wkPaths.append(urls);
-    if (wkPaths.size() >= items().size()) {
-        performLater([this] { decisionSavePaths(wkPaths); });
-        return;
-    }
-    const QString item = items().at(wkPaths.size());
-    decideLocation(archiveLocation(item, staticFolder()),
-                   [this](const QStringList& decided) { checkSaveUrl(decided); });
+    const QString folder = staticFolder();
+    collectItemLocations(&wkPaths, urls, [folder](const QString&) { return folder; });
 }
 
 void RKArchiveMultiStaticFolder::prepareArchiveFiles()
