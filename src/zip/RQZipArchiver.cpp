@@ -1,5 +1,7 @@
 #include "zip/RQZipArchiver.h"
 
+#include "zip/RQDeflatePool.h"
+#include "zip/RQDeflateQueue.h"
 #include "zip/RQStepWorker.h"
 #include "zip/ZipArchive.h"
 
@@ -55,6 +57,8 @@ struct RQZipArchiver::Private {
         QString basePath;
         QString zipFilePath;
         int archiveLevel = 5;
+        // Deflates the items ahead of the steps, on every core.
+        std::unique_ptr<RQDeflateQueue> ahead;
         QList<RQError> errors; // guarded by the front end's mutex
     };
 
@@ -63,6 +67,7 @@ struct RQZipArchiver::Private {
     std::atomic<bool> isNotification { true };
     mutable std::mutex mutex;
     std::shared_ptr<Run> current;
+    RQDeflatePool pool;
     // Last member: it is joined before anything a step uses goes away.
     RQStepWorker worker;
 
@@ -99,6 +104,7 @@ bool RQZipArchiver::Private::closeZip(Run& run)
 {
     const bool wasOpen = run.created;
     run.created = false;
+    run.ahead.reset();
     const bool closed = run.zip.CloseZipFile2();
     run.archiveProgress = 0;
     run.archiveFiles.clear();
@@ -135,13 +141,15 @@ bool RQZipArchiver::Private::archiveStart(Run& run)
         if (name.startsWith(run.basePath)) {
             name.remove(0, run.basePath.size());
         }
-        const bool added = run.zip.addFileToZip(
-            item, name, run.archiveLevel,
-            [this](const QString& sourcePath, quint64 done, quint64 size) {
-                notify([&](RQZipArchiverDelegate* receiver) {
-                    receiver->archiverArchiveProgressInFile(q, done, size, sourcePath);
-                });
+        const auto progress = [this](const QString& sourcePath, quint64 done, quint64 size) {
+            notify([&](RQZipArchiverDelegate* receiver) {
+                receiver->archiverArchiveProgressInFile(q, done, size, sourcePath);
             });
+        };
+        const std::unique_ptr<ZipDeflatedFile> deflated = run.ahead->take(index);
+        const bool added = deflated
+            ? run.zip.addDeflatedFileToZip(item, name, run.archiveLevel, *deflated, progress)
+            : run.zip.addFileToZip(item, name, run.archiveLevel, progress);
         if (!added) {
             raise(run, RQError::initWithErrorCode(2, item));
         }
@@ -224,6 +232,7 @@ void RQZipArchiver::archive(const QString& url, const QStringList& contents,
     run->zip.setStringEncoding(destEncoding);
     run->archiveProgress = 0;
     run->archiveFiles = contents;
+    run->ahead = std::make_unique<RQDeflateQueue>(d->pool, contents, level);
 
     const int total = int(contents.size());
     d->notify([&](RQZipArchiverDelegate* receiver) { receiver->archiverArchiveStarted(this, total); });

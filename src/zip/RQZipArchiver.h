@@ -15,6 +15,10 @@
 //   2   the item could not be added (path = the item);
 //   999 an unexpected failure (path = ""), which ends the run.
 // Entry names are the item paths without the folder of the first item.
+// The steps store the items strictly in list order and send every notice from
+// that one thread; the deflating of the items that come next runs meanwhile
+// on every core (a large file in chunks), so a step mostly finds its item
+// ready to be written.
 // The archive is written under a temporary name beside the destination and
 // renamed into place when it is closed, so an existing file at the location is
 // replaced only by a complete archive.

@@ -1,6 +1,7 @@
 #include "zip/ZipArchive.h"
 
 #include "platform/RKStringEncoding.h"
+#include "zip/ZipDeflatedFile.h"
 #include "zip/ZipOutputFolder.h"
 #include "zip/ZipReadDevice.h"
 
@@ -37,6 +38,8 @@ constexpr unsigned kReadBufferSize = 64 * 1024;
 // A stored name is at most 65,535 bytes (16-bit length field).
 constexpr size_t kNameBufferSize = 65536;
 constexpr quint64 kShiftJIS = 8;
+// A final empty block: ends a deflate stream cut short.
+constexpr char kEndOfStream[] = { 0x03, 0x00 };
 
 int retryOpen(const QByteArray& path, int flags, mode_t mode = 0)
 {
@@ -226,6 +229,8 @@ struct ZipArchive::Private {
     QString targetPath;
     QString temporaryPath; // empty when appending in place
     bool writeFailed = false;
+    // The deflated data written so far end their stream.
+    bool deflatedEnded = true;
     std::vector<char> writeBuffer;
 
     // Reading.
@@ -240,6 +245,8 @@ struct ZipArchive::Private {
 
     bool openForWriting(const QString& path, bool append);
     bool completeLocalHeader(qint64 headerOffset, qint64 headerLength, quint64 uncompressed);
+    bool writeDeflated(const QString& path, ZipDeflatedFile& deflated,
+                       const ProgressBlock& progressBlock, quint64* done);
     void discardWriting();
     void resetIndex();
     // The first entry of a name wins.
@@ -385,6 +392,19 @@ bool ZipArchive::CreateZipFile2(const QString& path, const QString& password, bo
 bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int level,
                               const ProgressBlock& progressBlock)
 {
+    return addItem(path, newname, level, progressBlock, nullptr);
+}
+
+bool ZipArchive::addDeflatedFileToZip(const QString& path, const QString& newname, int level,
+                                      ZipDeflatedFile& deflated,
+                                      const ProgressBlock& progressBlock)
+{
+    return addItem(path, newname, level, progressBlock, &deflated);
+}
+
+bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
+                         const ProgressBlock& progressBlock, ZipDeflatedFile* deflated)
+{
     if (!d->_zipFile) {
         return false;
     }
@@ -404,13 +424,17 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
         return false;
     }
     const bool isFolder = S_ISDIR(target.st_mode);
+    // What became a folder since it was read ahead is stored as a folder.
+    if (isFolder) {
+        deflated = nullptr;
+    }
 
     // Files are opened before their entry so that an unreadable file leaves
     // no empty entry behind. O_NONBLOCK keeps a FIFO from hanging the run;
     // only regular files are stored.
     int fd = -1;
-    quint64 size = 0;
-    if (!isFolder) {
+    quint64 size = deflated ? deflated->size() : 0;
+    if (!isFolder && !deflated) {
         fd = retryOpen(nativePath, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (fd < 0) {
             return false;
@@ -453,7 +477,9 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
             }
             return false;
         }
-        if (!isFolder) {
+        if (deflated) {
+            checkValue = deflated->crcOfContents();
+        } else if (!isFolder) {
             checkValue = crcOfDescriptor(fd, buffer).value_or(~0UL);
         }
     }
@@ -465,12 +491,18 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
         checkValue = 1;
     }
 
+    // The container judges text from its own deflate's first block; data
+    // deflated elsewhere bring that judgment with them.
+    if (deflated && deflated->isText()) {
+        info.internal_fa = Z_TEXT;
+    }
+
     // A name without a form in the encoding is stored as "-" by the container.
     const qint64 headerOffset = d->writeDevice->pos();
     const qint64 nameLength = nameBytes ? nameBytes->size() : 1;
     const int opened = zipOpenNewFileInZip4_64(
         d->_zipFile, nameBytes ? nameBytes->constData() : nullptr, &info, nullptr, 0, nullptr, 0,
-        nullptr, Z_DEFLATED, level, 0, MAX_WBITS, DEF_MEM_LEVEL, Z_DEFAULT_STRATEGY,
+        nullptr, Z_DEFLATED, level, deflated ? 1 : 0, MAX_WBITS, DEF_MEM_LEVEL, Z_DEFAULT_STRATEGY,
         password ? password->constData() : nullptr, checkValue, 0, 0, zip64 ? 1 : 0);
     if (opened != ZIP_OK) {
         d->writeFailed = true;
@@ -488,9 +520,19 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
         if (fd >= 0) {
             ::close(fd);
         }
-        zipCloseFileInZip(d->_zipFile);
+        if (deflated) {
+            // What was written stays a complete stream holding what it counts.
+            if (!d->deflatedEnded) {
+                zipWriteInFileInZip(d->_zipFile, kEndOfStream, sizeof kEndOfStream);
+            }
+            zipCloseFileInZipRaw64(d->_zipFile, done, deflated->crc());
+        } else {
+            zipCloseFileInZip(d->_zipFile);
+        }
     });
-    if (!isFolder) {
+    if (deflated) {
+        result = d->writeDeflated(path, *deflated, progressBlock, &done);
+    } else if (!isFolder) {
         for (;;) {
             const qint64 n = retryRead(fd, buffer, kWriteChunk);
             if (n < 0) {
@@ -517,13 +559,53 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
     if (fd >= 0) {
         ::close(fd);
     }
-    if (zipCloseFileInZip(d->_zipFile) != ZIP_OK) {
+    const int closed = deflated ? zipCloseFileInZipRaw64(d->_zipFile, done, deflated->crc())
+                                : zipCloseFileInZip(d->_zipFile);
+    if (closed != ZIP_OK) {
         d->writeFailed = true;
     }
     if (!zip64 && !d->completeLocalHeader(headerOffset, 30 + nameLength, done)) {
         result = false;
     }
     return result;
+}
+
+bool ZipArchive::Private::writeDeflated(const QString& path, ZipDeflatedFile& deflated,
+                                        const ProgressBlock& progressBlock, quint64* done)
+{
+    // The progress reports of the reading loop (after each 16,382 bytes, then
+    // once more at the end), each made once the data it counts are written.
+    const quint64 size = deflated.size();
+    quint64 reported = 0;
+    const auto report = [&](quint64 covered, bool end) {
+        while (progressBlock && reported < covered
+               && (reported + quint64(kWriteChunk) <= covered || end)) {
+            progressBlock(path, reported, size);
+            reported += quint64(kWriteChunk);
+        }
+        if (progressBlock && end) {
+            progressBlock(path, covered, size);
+        }
+    };
+    ZipDeflatedFile::Piece piece;
+    deflatedEnded = false;
+    while (deflated.nextPiece(&piece)) {
+        if (piece.size > 0
+            && zipWriteInFileInZip(_zipFile, piece.data, unsigned(piece.size)) != ZIP_OK) {
+            writeFailed = true;
+            *done = piece.inputEnd;
+            report(piece.inputEnd, false);
+            return false;
+        }
+        *done = piece.inputEnd;
+        deflatedEnded = piece.last;
+        report(piece.inputEnd, false);
+    }
+    if (!deflated.isComplete()) {
+        return false;
+    }
+    report(*done, true);
+    return true;
 }
 
 bool ZipArchive::Private::completeLocalHeader(qint64 headerOffset, qint64 headerLength,

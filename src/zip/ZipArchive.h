@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 
+class ZipDeflatedFile;
+
 // What the adapter needs to know about an item on disk.
 struct ZipItemAttributes {
     bool isDirectory = false;
@@ -57,6 +59,13 @@ public:
     // (a folder gets "/" appended). level 0..9 is passed to deflate as is.
     bool addFileToZip(const QString& path, const QString& newname, int level,
                       const ProgressBlock& progressBlock);
+
+    // The same for a file whose data were deflated elsewhere: the entry's
+    // headers are those addFileToZip writes, and the progress block gets the
+    // same reports, each once the data it counts are written. No when the
+    // data could not all be read (the entry then holds what was read).
+    bool addDeflatedFileToZip(const QString& path, const QString& newname, int level,
+                              ZipDeflatedFile& deflated, const ProgressBlock& progressBlock);
 
     // CRC-32 of the file's contents; all bits set when it cannot be read.
     static unsigned long checkCRC(const QString& path);
@@ -110,6 +119,8 @@ public:
                                                                      QString* error);
 
 private:
+    bool addItem(const QString& path, const QString& newname, int level,
+                 const ProgressBlock& progressBlock, ZipDeflatedFile* deflated);
     void OutputErrorMessage(const QString& message) const;
     bool OverWrite(const QString& path) const;
 

@@ -1,5 +1,6 @@
-// Files at the 4 GiB boundary. Slow (tens of seconds each): the files are
-// sparse, stored at level 1, and extracted into sparse files again.
+// Files at the 4 GiB boundary, deflated in chunks on every core. Slow (tens of
+// seconds each): the files are sparse, stored at level 1, and extracted into
+// sparse files again.
 #include "zip/ZipTestSupport.h"
 
 #include "support/TestEnvironment.h"
@@ -11,6 +12,7 @@ struct BoundaryCase {
     qint64 size;
     int localVersion; // version needed in the local header
     bool localZip64;  // the local header carries the ZIP64 extra field
+    QString password = {};
 };
 
 using Zip64Boundary = ZipTable<BoundaryCase>;
@@ -23,16 +25,20 @@ TEST_P(Zip64Boundary, RoundTripThroughUnzipAndBack)
     ASSERT_EQ(source.write("tail", 4), 4);
     source.close();
     const QString zip = path("big.zip");
-    const QStringList written = archive(zip, { source.fileName() }, {}, 1);
+    const QString pw = GetParam().password;
+    const QStringList written = archive(zip, { source.fileName() }, pw, 1);
     ASSERT_EQ(written.last(), "finished " + zip) << written.join('\n').toStdString();
 
     const QByteArray local = TestEnvironment::readFile(zip).left(30);
     EXPECT_EQ(quint8(local[4]), GetParam().localVersion);
     EXPECT_EQ(quint8(local[28]) > 0, GetParam().localZip64);
     EXPECT_EQ(inspect(zip).value(0)["size"].toInteger(), size);
-    EXPECT_EQ(TestEnvironment::run("unzip", { "-t", zip }).exitCode, 0);
+    const QStringList withPassword = pw.isEmpty() ? QStringList() : QStringList { "-P", pw };
+    EXPECT_EQ(TestEnvironment::run("unzip", QStringList { "-t" } + withPassword + QStringList { zip }).exitCode, 0);
+    EXPECT_EQ(TestEnvironment::run("7z", { "t", "-p" + pw, zip }).exitCode, 0);
+    EXPECT_EQ(peer(QStringList { "test", zip } + withPassword.mid(1)), 0);
 
-    const QStringList read = extract(zip, path("dest"));
+    const QStringList read = extract(zip, path("dest"), pw);
     EXPECT_FALSE(read.join('\n').contains("error")) << read.join('\n').toStdString();
     QFile copy(path("dest/big.bin"));
     ASSERT_TRUE(copy.open(QIODevice::ReadOnly) && copy.seek(size - 4));
@@ -42,5 +48,6 @@ TEST_P(Zip64Boundary, RoundTripThroughUnzipAndBack)
 
 INSTANTIATE_TEST_SUITE_P(Slow, Zip64Boundary,
                          ::testing::Values(BoundaryCase { "FourGiBUsesZip64", Q_INT64_C(4294967296), 45, true },
-                                           BoundaryCase { "OneByteLessDoesNot", Q_INT64_C(4294967295), 20, false }),
+                                           BoundaryCase { "OneByteLessDoesNot", Q_INT64_C(4294967295), 20, false },
+                                           BoundaryCase { "EncryptedFourGiB", Q_INT64_C(4294967296), 45, true, "s3cret" }),
                          CaseName());

@@ -8,6 +8,7 @@
 #include <QFileInfo>
 
 #include <stdexcept>
+#include <sys/stat.h>
 
 using ArchiverFrontEnd = ZipTest;
 
@@ -38,7 +39,7 @@ TEST_F(ArchiverFrontEnd, ExceptionInAStepIsCode999AndTheArchiveIsClosed)
 // the item paths without the folder of the first item.
 struct RunCase {
     const char* name;
-    QStringList items;        // made in the test folder ($ROOT: its path); "x/": a folder, "-x": missing
+    QStringList items;        // made in the test folder ($ROOT: its path); "x/": a folder, "-x": missing, "|x": a FIFO
     QStringList entries;      // "old": the file that was at the location is untouched
     QStringList notices = {}; // $ZIP, $1, $2 ...: the item paths; none: not checked
     QString password = {};
@@ -52,7 +53,12 @@ TEST_P(ArchiverRun, NoticesAndEntries)
     QStringList contents;
     for (QString item : GetParam().items) {
         item.replace("$ROOT", root);
-        contents << (item.startsWith('-') ? path(item.mid(1)) : item.endsWith('/') ? folder(item).chopped(1) : file(item, "x"));
+        if (item.startsWith('|')) {
+            ASSERT_EQ(::mkfifo(QFile::encodeName(path(item.mid(1))).constData(), 0600), 0);
+        }
+        contents << (item.startsWith('-') || item.startsWith('|') ? path(item.mid(1))
+                     : item.endsWith('/')                        ? folder(item).chopped(1)
+                                                                 : file(item, "x"));
     }
     QString expected = GetParam().notices.join('\n').replace("$ZIP", zip);
     for (qsizetype i = contents.size(); i > 0; --i) {
@@ -71,6 +77,9 @@ INSTANTIATE_TEST_SUITE_P(
         RunCase { "EmptyContentsFinishesAtOnce", {}, { "old" }, { "finished $ZIP" } },
         RunCase { "MissingItemIsCodeOneAndTheRestIsStored", { "a", "-gone", "c" }, { "a", "c" },
                   { "started 3", "progress 1/3 $1", "error 1 $2", "progress 3/3 $3", "finished $ZIP" } },
+        // read without waiting for a writer, whether ahead of the step or in it
+        RunCase { "FifoIsCodeTwoAndTheRestIsStored", { "a", "|fifo", "c" }, { "a", "c" },
+                  { "started 3", "progress 1/3 $1", "progress 2/3 $2", "error 2 $2", "progress 3/3 $3", "finished $ZIP" } },
         RunCase { "PasswordWithoutAsciiFormIsRefused", { "a", "b" }, { "old" },
                   { "started 2", "progress 1/2 $1", "error 2 $1", "progress 2/2 $2", "error 2 $2", "finished $ZIP" }, "パスワード" },
         RunCase { "FolderFirst", { "a/b/", "a/b/x/y.txt" }, { "b/", "b/x/y.txt" } },

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Python's zipfile as a peer of the zip tests: inspect ZIP (raw header fields, a JSON object per
-entry), test ZIP [PASSWORD] (exit 0 when testzip() finds every entry intact), make ZIP ENTRIES_JSON
+entry), headers ZIP (per entry, every header byte but the compressed size and the offsets), test ZIP [PASSWORD] (exit 0 when testzip() finds every entry intact), make ZIP ENTRIES_JSON
 (entries from [{"name" | "name_hex", "data", "method", "date_time", "external"}], names stored as
 given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 form)."""
 import json
@@ -15,6 +15,18 @@ def inspect(path):
             raw = info.orig_filename.encode("utf-8" if info.flag_bits & 0x800 else "cp437")
             print(json.dumps({"name": raw.hex(), "flag": info.flag_bits, "method": info.compress_type, "crc": info.CRC,
                               "size": info.file_size, "date_time": "%04d-%02d-%02d %02d:%02d:%02d" % info.date_time}))
+
+
+def headers(path):
+    with zipfile.ZipFile(path) as archive, open(path, "rb") as raw:
+        for info in archive.infolist():
+            raw.seek(info.header_offset)
+            local = bytearray(raw.read(30))
+            local += raw.read(int.from_bytes(local[26:28], "little") + int.from_bytes(local[28:30], "little"))
+            local[18:22] = bytes(4)
+            print(json.dumps([local.hex(), info.create_version, info.create_system, info.extract_version, info.flag_bits,
+                              info.compress_type, info.date_time, info.CRC, info.file_size, info.internal_attr,
+                              info.external_attr, info.extra.hex(), info.comment.hex()]))
 
 
 def test(path, password):
@@ -66,4 +78,4 @@ if __name__ == "__main__":
     command, arguments = sys.argv[1], sys.argv[2:]
     if command == "test":
         sys.exit(test(arguments[0], arguments[1] if len(arguments) > 1 else None))
-    {"inspect": inspect, "make": make, "zip64-tree": zip64_tree}[command](*arguments)
+    {"inspect": inspect, "headers": headers, "make": make, "zip64-tree": zip64_tree}[command](*arguments)

@@ -1,0 +1,251 @@
+#include "zip/ZipDeflater.h"
+
+#include <libdeflate.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+// What the container's deflate is set up with.
+constexpr int kWindowBits = -MAX_WBITS;
+constexpr int kMemLevel = 8;
+// zlib ends its first block after this many symbols (memory level 8) and
+// judges text from that block's literals.
+constexpr size_t kFirstBlockSymbols = 16383;
+
+// Whole entries up to this size may go to libdeflate, which is faster than
+// zlib at the same or a smaller size for the levels it is used for (measured
+// on text-like files of 1-16 KiB): zlib level -> libdeflate level, -1 for
+// zlib itself.
+constexpr size_t kLibdeflateLimit = 256 * 1024;
+constexpr int kLibdeflateLevel[10] = { -1, -1, -1, -1, -1, -1, -1, -1, -1, -1 };
+
+// zlib's judgment of its first block, worked out from the bytes alone: every
+// byte value in the block's range first appears there as a literal (a match
+// only copies what came before), so the literal values are the byte values of
+// the range. The block covers at least the first 16,383 bytes (or all), at
+// most more: 1 text, 0 binary, -1 when the answer depends on where it ends.
+int judgeFromBytes(const unsigned char* data, size_t size)
+{
+    // Bytes 0-6, 14-25 and 28-31 make a block binary; 9, 10, 13 and 32-255
+    // make one text unless it holds one of those.
+    constexpr uint32_t kBlockListed = 0xf3ffc07fu;
+    constexpr uint32_t kAllowListed = (1u << 9) | (1u << 10) | (1u << 13);
+    size_t firstBlocked = size;
+    size_t firstAllowed = size;
+    for (size_t i = 0; i < size; ++i) {
+        const unsigned c = data[i];
+        if (c >= 32) {
+            firstAllowed = std::min(firstAllowed, i);
+        } else if (kBlockListed & (1u << c)) {
+            firstBlocked = i;
+            break;
+        } else if (kAllowListed & (1u << c)) {
+            firstAllowed = std::min(firstAllowed, i);
+        }
+    }
+    const size_t surely = std::min(size, kFirstBlockSymbols);
+    if (firstBlocked < surely) {
+        return 0;
+    }
+    if (firstBlocked == size) {
+        if (firstAllowed < surely) {
+            return 1;
+        }
+        if (firstAllowed == size) {
+            return 0;
+        }
+    }
+    return -1;
+}
+
+} // namespace
+
+ZipDeflater::ZipDeflater() = default;
+
+ZipDeflater::~ZipDeflater()
+{
+    if (m_probing) {
+        deflateEnd(&m_probe);
+    }
+    if (m_streamReady) {
+        deflateEnd(&m_stream);
+    }
+    if (m_compressor) {
+        libdeflate_free_compressor(m_compressor);
+    }
+}
+
+uLong ZipDeflater::crc32Of(uLong crc, const char* data, size_t size)
+{
+    return libdeflate_crc32(uint32_t(crc), data, size);
+}
+
+bool ZipDeflater::prepareStream(int level)
+{
+    if (m_probing) {
+        deflateEnd(&m_probe);
+        m_probing = false;
+    }
+    if (m_streamReady && m_streamLevel == level) {
+        return deflateReset(&m_stream) == Z_OK;
+    }
+    if (m_streamReady) {
+        deflateEnd(&m_stream);
+        m_streamReady = false;
+    }
+    m_stream = z_stream {};
+    if (deflateInit2(&m_stream, level, Z_DEFLATED, kWindowBits, kMemLevel, Z_DEFAULT_STRATEGY)
+        != Z_OK) {
+        return false;
+    }
+    m_streamReady = true;
+    m_streamLevel = level;
+    return true;
+}
+
+bool ZipDeflater::runDeflate(z_stream* stream, int flush, std::vector<char>* out)
+{
+    for (;;) {
+        if (stream->avail_out == 0) {
+            const size_t used = size_t(stream->next_out - reinterpret_cast<Bytef*>(out->data()));
+            out->resize(out->size() + std::max<size_t>(4096, out->size() / 2));
+            stream->next_out = reinterpret_cast<Bytef*>(out->data()) + used;
+            stream->avail_out = uInt(out->size() - used);
+        }
+        const int status = deflate(stream, flush);
+        if (status == Z_STREAM_ERROR) {
+            return false;
+        }
+        const bool done = flush == Z_FINISH ? status == Z_STREAM_END
+                                            : stream->avail_in == 0 && stream->avail_out != 0;
+        if (done) {
+            return true;
+        }
+    }
+}
+
+bool ZipDeflater::deflateWhole(const char* data, size_t size, int level, std::vector<char>* out,
+                               bool* text)
+{
+    const int fast = level >= 0 && level <= 9 ? kLibdeflateLevel[level] : -1;
+    if (fast >= 0 && size <= kLibdeflateLimit) {
+        const int judged = level == 0 ? 0 : judgeFromBytes(reinterpret_cast<const unsigned char*>(data), size);
+        if (judged >= 0) {
+            if (!m_compressor || m_compressorLevel != fast) {
+                if (m_compressor) {
+                    libdeflate_free_compressor(m_compressor);
+                }
+                m_compressor = libdeflate_alloc_compressor(fast);
+                m_compressorLevel = m_compressor ? fast : -1;
+            }
+            if (m_compressor) {
+                out->resize(libdeflate_deflate_compress_bound(m_compressor, size));
+                const size_t written =
+                    libdeflate_deflate_compress(m_compressor, data, size, out->data(), out->size());
+                if (written > 0) {
+                    out->resize(written);
+                    *text = judged == 1;
+                    return true;
+                }
+            }
+        }
+    }
+
+    if (!prepareStream(level)) {
+        return false;
+    }
+    out->resize(deflateBound(&m_stream, uLong(size)) + 16);
+    m_stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data));
+    m_stream.avail_in = uInt(size);
+    m_stream.next_out = reinterpret_cast<Bytef*>(out->data());
+    m_stream.avail_out = uInt(out->size());
+    if (!runDeflate(&m_stream, Z_FINISH, out)) {
+        return false;
+    }
+    out->resize(size_t(m_stream.next_out - reinterpret_cast<Bytef*>(out->data())));
+    *text = m_stream.data_type == Z_TEXT;
+    return true;
+}
+
+bool ZipDeflater::deflatePiece(const char* dictionary, size_t dictionarySize, const char* data,
+                               size_t size, bool last, int level, std::vector<char>* out,
+                               bool* text, bool* undecided)
+{
+    *undecided = false;
+    if (!prepareStream(level)) {
+        return false;
+    }
+    if (dictionarySize > 0
+        && deflateSetDictionary(&m_stream, reinterpret_cast<const Bytef*>(dictionary),
+                                uInt(dictionarySize))
+            != Z_OK) {
+        return false;
+    }
+    out->resize(deflateBound(&m_stream, uLong(size)) + 16);
+    m_stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data));
+    m_stream.avail_in = uInt(size);
+    m_stream.next_out = reinterpret_cast<Bytef*>(out->data());
+    m_stream.avail_out = uInt(out->size());
+    const bool first = dictionarySize == 0;
+    if (first && !last) {
+        // The judgment falls in the first block; when that block does not end
+        // inside this piece, the whole stream's deflate would go on into the
+        // next input before making it.
+        if (!runDeflate(&m_stream, Z_NO_FLUSH, out)) {
+            return false;
+        }
+        if (m_stream.data_type == Z_UNKNOWN && level > 0) {
+            if (deflateCopy(&m_probe, &m_stream) != Z_OK) {
+                return false;
+            }
+            m_probing = true;
+            *undecided = true;
+        } else {
+            *text = m_stream.data_type == Z_TEXT;
+        }
+    }
+    if (!runDeflate(&m_stream, last ? Z_FINISH : Z_SYNC_FLUSH, out)) {
+        return false;
+    }
+    out->resize(size_t(m_stream.next_out - reinterpret_cast<Bytef*>(out->data())));
+    if (first && last) {
+        *text = m_stream.data_type == Z_TEXT;
+    }
+    return true;
+}
+
+bool ZipDeflater::judgeFurther(const char* data, size_t size, bool end, bool* text)
+{
+    if (!m_probing) {
+        return false;
+    }
+    if (m_scratch.size() < 65536) {
+        m_scratch.resize(65536);
+    }
+    m_probe.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data));
+    m_probe.avail_in = uInt(size);
+    for (;;) {
+        m_probe.next_out = reinterpret_cast<Bytef*>(m_scratch.data());
+        m_probe.avail_out = uInt(m_scratch.size());
+        const int status = deflate(&m_probe, end ? Z_FINISH : Z_NO_FLUSH);
+        if (status == Z_STREAM_ERROR) {
+            break;
+        }
+        if (m_probe.data_type != Z_UNKNOWN || status == Z_STREAM_END) {
+            *text = m_probe.data_type == Z_TEXT;
+            deflateEnd(&m_probe);
+            m_probing = false;
+            return true;
+        }
+        if (m_probe.avail_in == 0 && m_probe.avail_out != 0) {
+            return false;
+        }
+    }
+    deflateEnd(&m_probe);
+    m_probing = false;
+    *text = false;
+    return true;
+}
