@@ -1,10 +1,13 @@
 // mokuza-engine: the zip front ends without any window, for benchmarks and
 // for looking at what the engine does with a given set of files.
 //
-//   mokuza-engine archive OUT.zip [--level N] [--encoding VALUE] [--password TEXT] PATH...
+//   mokuza-engine archive OUT.zip [--level N] [--encoding VALUE] [--password TEXT]
+//                 [--notices] PATH...
 //   mokuza-engine extract ARCHIVE DESTDIR [--encoding VALUE] [--password TEXT]
 //
-// Every error is printed as "code<TAB>path<TAB>message". Exit status: 0 without
+// Every error is printed as "code<TAB>path<TAB>message". --notices prints how
+// many in-file progress notices came and the longest time without one (what
+// a progress bar of a large file would show). Exit status: 0 without
 // errors, 1 with errors, 2 for bad usage.
 #include "zip/RQUnZipArchiver.h"
 #include "zip/RQZipArchiver.h"
@@ -12,6 +15,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
+#include <QElapsedTimer>
 #include <QFileInfo>
 
 #include <condition_variable>
@@ -49,6 +53,17 @@ class ArchiveWaiter : public RQZipArchiverDelegate
 {
 public:
     RunEnd end;
+    // Written by the run's thread only, read after its end.
+    quint64 inFileNotices = 0;
+    qint64 longestGapMs = 0;
+    QElapsedTimer sinceNotice;
+
+    void archiverArchiveStarted(RQZipArchiver*, int) override { sinceNotice.start(); }
+    void archiverArchiveProgressInFile(RQZipArchiver*, quint64, quint64, const QString&) override
+    {
+        ++inFileNotices;
+        longestGapMs = qMax(longestGapMs, sinceNotice.restart());
+    }
     void archiverArchiveFinished(RQZipArchiver*, const QString&) override { end.reached(); }
     void archiverArchiveCancelled(RQZipArchiver*) override { end.reached(); }
 };
@@ -66,12 +81,13 @@ struct Options {
     int level = 4;
     quint64 encoding = 4;
     QString password;
+    bool notices = false;
 };
 
 int usage()
 {
     std::fputs("usage: mokuza-engine archive OUT.zip [--level N] [--encoding VALUE] "
-               "[--password TEXT] PATH...\n"
+               "[--password TEXT] [--notices] PATH...\n"
                "       mokuza-engine extract ARCHIVE DESTDIR [--encoding VALUE] "
                "[--password TEXT]\n",
                stderr);
@@ -89,6 +105,8 @@ bool parse(const QStringList& arguments, Options* options)
             ok = ok && options->level >= 0 && options->level <= 9;
         } else if (argument == QLatin1String("--encoding") && hasValue) {
             options->encoding = arguments.at(++i).toULongLong(&ok, 0);
+        } else if (argument == QLatin1String("--notices")) {
+            options->notices = true;
         } else if (argument == QLatin1String("--password") && hasValue) {
             options->password = arguments.at(++i);
         } else if (argument.startsWith(QLatin1String("--"))) {
@@ -154,6 +172,11 @@ int archive(const Options& options)
     archiver.archive(absolute(options.positional.at(0)), contents, options.password,
                      options.level, options.encoding);
     waiter.end.wait();
+    if (options.notices) {
+        std::fprintf(stderr, "in-file notices: %llu, longest time without one: %lld ms\n",
+                     static_cast<unsigned long long>(waiter.inFileNotices),
+                     static_cast<long long>(waiter.longestGapMs));
+    }
     return report(archiver.errors());
 }
 

@@ -418,6 +418,12 @@ Unit RQDeflateQueue::Private::plan(const QString& item) const
         unit.whole->cost = quint64(st.st_size);
         return unit;
     }
+    // On one core, cutting a file into chunks only costs (each chunk primes
+    // its deflate with the window before it): measured 8 % slower than one
+    // stream on 2 GB. The adapter streams it as it always has.
+    if (pool.threadCount() < 2) {
+        return unit;
+    }
     auto source = std::make_shared<Source>();
     source->fd = openRegular(path, &source->size);
     if (source->fd < 0) {

@@ -126,11 +126,21 @@ bool ZipDeflater::runDeflate(z_stream* stream, int flush, std::vector<char>* out
     }
 }
 
+void ZipDeflater::feed(const char* data, size_t size, std::vector<char>* out)
+{
+    out->resize(deflateBound(&m_stream, uLong(size)) + 16);
+    m_stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data));
+    m_stream.avail_in = uInt(size);
+    m_stream.next_out = reinterpret_cast<Bytef*>(out->data());
+    m_stream.avail_out = uInt(out->size());
+}
+
 bool ZipDeflater::deflateWhole(const char* data, size_t size, int level, std::vector<char>* out,
                                bool* text)
 {
     if (level >= 0 && level <= 9 && size <= kLibdeflateLimit) {
-        const int judged = level == 0 ? 0 : judgeFromBytes(reinterpret_cast<const unsigned char*>(data), size);
+        const int judged =
+            level == 0 ? 0 : judgeFromBytes(reinterpret_cast<const unsigned char*>(data), size);
         if (judged >= 0) {
             if (!m_compressor || m_compressorLevel != level) {
                 if (m_compressor) {
@@ -155,11 +165,7 @@ bool ZipDeflater::deflateWhole(const char* data, size_t size, int level, std::ve
     if (!prepareStream(level)) {
         return false;
     }
-    out->resize(deflateBound(&m_stream, uLong(size)) + 16);
-    m_stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data));
-    m_stream.avail_in = uInt(size);
-    m_stream.next_out = reinterpret_cast<Bytef*>(out->data());
-    m_stream.avail_out = uInt(out->size());
+    feed(data, size, out);
     if (!runDeflate(&m_stream, Z_FINISH, out)) {
         return false;
     }
@@ -182,11 +188,7 @@ bool ZipDeflater::deflatePiece(const char* dictionary, size_t dictionarySize, co
             != Z_OK) {
         return false;
     }
-    out->resize(deflateBound(&m_stream, uLong(size)) + 16);
-    m_stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data));
-    m_stream.avail_in = uInt(size);
-    m_stream.next_out = reinterpret_cast<Bytef*>(out->data());
-    m_stream.avail_out = uInt(out->size());
+    feed(data, size, out);
     const bool first = dictionarySize == 0;
     if (first && !last) {
         // The judgment falls in the first block; when that block does not end

@@ -53,6 +53,8 @@ public:
 
 private:
     bool prepareStream(int level);
+    // Sets the stream on data, its output on out (made large enough).
+    void feed(const char* data, size_t size, std::vector<char>* out);
     bool runDeflate(z_stream* stream, int flush, std::vector<char>* out);
 
     z_stream m_stream {};
