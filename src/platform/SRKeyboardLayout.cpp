@@ -203,6 +203,8 @@ quint32 SRKeyboardLayout::keysym(int x11KeyCode, Modifiers modifiers)
     if (!scratch) {
         return XKB_KEY_NoSymbol;
     }
+    // Num Lock on: keypad keys give their digits, as they do on the
+    // keyboards the stored key codes come from; no other key minds it.
     xkb_mod_mask_t mask = 0;
     const auto add = [&](const char* name) {
         const xkb_mod_index_t index = xkb_keymap_mod_get_index(m_keymap, name);
@@ -210,6 +212,7 @@ quint32 SRKeyboardLayout::keysym(int x11KeyCode, Modifiers modifiers)
             mask |= xkb_mod_mask_t(1) << index;
         }
     };
+    add(XKB_MOD_NAME_NUM);
     if (modifiers.testFlag(Shift)) {
         add(XKB_MOD_NAME_SHIFT);
     }

@@ -556,9 +556,13 @@ void SRRecorderCell::drawWithFrame(QPainter* painter, const QRect& cellFrame) co
     QFont font = m_controlView->font();
     font.setBold(m_comboJustChanged);
     painter->setFont(font);
-    QColor color = palette.color(enabled ? QPalette::Active : QPalette::Disabled, QPalette::Text);
+    QColor color = palette.color(QPalette::Text);
     if (prompt) {
         color = palette.color(QPalette::PlaceholderText);
+    } else if (!enabled) {
+        // Disabled, the control is a read-only display (a table's shortcut
+        // column): dimmed, yet readable, unlike the palette's disabled text.
+        color.setAlphaF(0.6);
     }
     painter->setPen(color);
     // The text is centred on the field, clear of the button on the right.
