@@ -556,7 +556,7 @@ void SRRecorderCell::drawWithFrame(QPainter* painter, const QRect& cellFrame) co
     QFont font = m_controlView->font();
     font.setBold(m_comboJustChanged);
     painter->setFont(font);
-    QColor color = palette.color(QPalette::Text);
+    QColor color = palette.color(QPalette::Active, QPalette::Text);
     if (prompt) {
         color = palette.color(QPalette::PlaceholderText);
     } else if (!enabled) {
