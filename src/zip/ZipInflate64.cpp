@@ -41,6 +41,7 @@ bool ZipInflate64::need(int bits)
     while (m_count < bits) {
         if (m_in == m_end) {
             const qint64 n = m_padding > 0 ? 0 : (*m_refill)(&m_in);
+            m_end = m_in + qMax<qint64>(n, 0);
             if (n < 0) {
                 m_inputFailed = true;
                 return false;
@@ -54,7 +55,6 @@ bool ZipInflate64::need(int bits)
                 m_count += 8;
                 continue;
             }
-            m_end = m_in + n;
         }
         m_bits |= quint64(*m_in++) << m_count;
         m_count += 8;

@@ -118,10 +118,10 @@ TEST_P(ReadingAdapter, ListAndExtractEveryName)
 namespace {
 const char* const kOutside = "Entry name leads outside the destination folder";
 const char* const kOverlap = "Entry overlaps another entry";
-QJsonObject raw(const QJsonArray& entries, QJsonObject spec = {})
+QJsonObject raw(const QJsonArray& entries, QJsonObject layout = {})
 {
-    spec["entries"] = entries;
-    return spec;
+    layout["entries"] = entries;
+    return layout;
 }
 const QJsonObject kLinkOut { { "name", "link" }, { "data", "$OUT" }, { "external", qint64(0120777) << 16 } };
 } // namespace

@@ -122,9 +122,9 @@ QString makeArchive(const QString& zip, const QJsonArray& entries)
     return zip;
 }
 
-QString makeRaw(const QString& zip, const QJsonObject& spec)
+QString makeRaw(const QString& zip, const QJsonObject& layout)
 {
-    EXPECT_EQ(peer({ "raw", zip, QJsonDocument(spec).toJson(QJsonDocument::Compact) }), 0);
+    EXPECT_EQ(peer({ "raw", zip, QJsonDocument(layout).toJson(QJsonDocument::Compact) }), 0);
     return zip;
 }
 

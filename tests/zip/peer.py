@@ -4,7 +4,7 @@ entry), test ZIP [PASSWORD] (exit 0 when testzip() finds every entry intact), ma
 (entries from [{"name" | "name_hex", "data", "method", "date_time", "external"}], names stored as
 given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 form), count ZIP (records of
 the central directory), wrapped ZIP COUNT (COUNT empty files; no ZIP64 end record, so the 16-bit count wraps), raw
-ZIP SPEC_JSON (built byte by byte: see raw())."""
+ZIP LAYOUT_JSON (built byte by byte: see raw())."""
 import json
 import os
 import struct
@@ -110,15 +110,15 @@ def zipcrypto(password, data, check):
     return bytes(out)
 
 
-def raw(path, spec_json):
+def raw(path, layout_json):
     """entries: [{"name" | "name_hex", "data", "method" (0 or 8), "flag", "password_hex" (traditional encryption),
     "unicode_path" (a 0x7075 field; "unicode_stale": its CRC is of another name), "local_name" (the local header
     names something else), "same_local_as" (index: no data of its own, the central record points at that entry's
     local header), "grow" (bytes added to the central compressed size)}]; "comment_size" (a comment of that many
     bytes); "fake_end" (the comment holds an end record whose directory does not parse)."""
-    spec = json.loads(spec_json)
+    layout = json.loads(layout_json)
     body, central, placed = bytearray(), bytearray(), []
-    for entry in spec["entries"]:
+    for entry in layout["entries"]:
         name = bytes.fromhex(entry["name_hex"]) if "name_hex" in entry else entry["name"].encode("utf-8")
         data = entry.get("data", "").encode("utf-8")
         method, flag = entry.get("method", 8), entry.get("flag", 0)
@@ -143,10 +143,10 @@ def raw(path, spec_json):
         central += struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, 20, 20, flag, method, 0x4A4F, 0x50B1, crc,
                                stored_size + entry.get("grow", 0), len(data), len(name), len(extra), 0, 0, 0, 0,
                                offset) + name + extra
-    comment = b"c" * spec.get("comment_size", 0)
-    if spec.get("fake_end"):
+    comment = b"c" * layout.get("comment_size", 0)
+    if layout.get("fake_end"):
         comment = b"xx" + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, 1, 1, 46, 0, 3) + b"end"
-    count = len(spec["entries"])
+    count = len(layout["entries"])
     end = struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, count, count, len(central), len(body), len(comment))
     open(path, "wb").write(bytes(body + central) + end + comment)
 
