@@ -26,35 +26,30 @@ bool hasSignature(const char* p, char third, char fourth)
 }
 
 // Fills the fields a ZIP64 extra field (0x0001) carries for this record: each
-// present only when its 32-bit field is all ones, in this order.
-bool applyZip64(ZipCentralRecord& record, const char* extra, quint16 length, bool usizeWide,
-                bool csizeWide, bool offsetWide)
+// present only when its 32-bit field is all ones, in this order. A field
+// without its wide form keeps its value of all ones, and the entry then fails
+// on its own when it is read; a malformed extra field spoils no other entry.
+void applyZip64(ZipCentralRecord& record, const char* extra, quint16 length)
 {
-    for (quint16 at = 0; at + 4 <= length;) {
-        const quint16 id = u16(extra + at);
-        const quint16 size = u16(extra + at + 2);
+    for (int at = 0; at + 4 <= length;) {
+        const int size = u16(extra + at + 2);
         if (at + 4 + size > length) {
-            return false;
+            return;
         }
-        if (id == 0x0001) {
+        if (u16(extra + at) == 0x0001) {
             const char* field = extra + at + 4;
             const char* end = field + size;
-            const auto take = [&](quint64& value) {
-                if (field + 8 > end) {
-                    return false;
+            for (quint64* value : { &record.uncompressedSize, &record.compressedSize,
+                                    &record.localHeaderOffset }) {
+                if (*value == 0xFFFFFFFFu && field + 8 <= end) {
+                    *value = u64(field);
+                    field += 8;
                 }
-                value = u64(field);
-                field += 8;
-                return true;
-            };
-            return (!usizeWide || take(record.uncompressedSize))
-                && (!csizeWide || take(record.compressedSize))
-                && (!offsetWide || take(record.localHeaderOffset));
+            }
+            return;
         }
         at += 4 + size;
     }
-    // Fields of all ones without their wide form: take them as they stand.
-    return true;
 }
 
 } // namespace
@@ -74,9 +69,9 @@ QByteArrayView ZipCentralDirectory::name(const ZipCentralRecord& record) const
 std::optional<QByteArray> ZipCentralDirectory::unicodePath(const ZipCentralRecord& record) const
 {
     const char* extra = m_bytes.constData() + record.extraOffset;
-    for (quint16 at = 0; at + 4 <= record.extraLength;) {
+    for (int at = 0; at + 4 <= record.extraLength;) {
         const quint16 id = u16(extra + at);
-        const quint16 size = u16(extra + at + 2);
+        const int size = u16(extra + at + 2);
         if (at + 4 + size > record.extraLength) {
             return std::nullopt;
         }
@@ -202,13 +197,10 @@ bool ZipCentralDirectory::walk(int fd, qint64 start, qint64 end, qint64 prefix)
         record.nameOffset = at + kCentralHeaderSize;
         record.extraOffset = record.nameOffset + record.nameLength;
         const qsizetype next = record.extraOffset + record.extraLength + commentLength;
-        if (next > size
-            || !applyZip64(record, bytes + record.extraOffset, record.extraLength,
-                           record.uncompressedSize == 0xFFFFFFFFu,
-                           record.compressedSize == 0xFFFFFFFFu,
-                           record.localHeaderOffset == 0xFFFFFFFFu)) {
+        if (next > size) {
             return false;
         }
+        applyZip64(record, bytes + record.extraOffset, record.extraLength);
         record.localHeaderOffset += quint64(prefix);
         m_records.push_back(record);
         at = next;

@@ -7,6 +7,7 @@
 #include <lzma.h>
 #include <zlib.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -73,6 +74,12 @@ struct ZipEntryReader::Private {
     // The next piece of (decrypted) compressed data in input: its size, 0 at
     // the end of the entry's data, -1 when the file could not be read.
     qint64 fill();
+    // Runs a decoder over the entry's data, starting with the piece at next:
+    // each call of decode takes input from (next, available), writes output
+    // and says whether the stream goes on, ended or failed.
+    enum class Step { More, End, Failed };
+    template <typename Decode>
+    Result pump(const Sink& sink, const char* next, qint64 available, Decode decode);
     Result stored(const Sink& sink);
     Result deflated(const Sink& sink);
     Result deflated64(const Sink& sink);
@@ -110,6 +117,34 @@ ZipEntryReader::Result ZipEntryReader::Private::stored(const Sink& sink)
     }
 }
 
+template <typename Decode>
+ZipEntryReader::Result ZipEntryReader::Private::pump(const Sink& sink, const char* next,
+                                                     qint64 available, Decode decode)
+{
+    for (;;) {
+        if (available == 0) {
+            available = fill();
+            if (available < 0) {
+                return Result::ReadFailed;
+            }
+            next = input.data();
+        }
+        const bool ended = available == 0;
+        qsizetype produced = 0;
+        const Step step = decode(&next, &available, &produced);
+        if (produced > 0 && !sink(output.data(), produced)) {
+            return Result::SinkFailed;
+        }
+        if (step == Step::End) {
+            return Result::Ok;
+        }
+        // Input that ends while the stream has not is damaged as well.
+        if (step == Step::Failed || (ended && produced == 0)) {
+            return Result::Damaged;
+        }
+    }
+}
+
 ZipEntryReader::Result ZipEntryReader::Private::deflated(const Sink& sink)
 {
     if (!inflaterReady) {
@@ -120,31 +155,19 @@ ZipEntryReader::Result ZipEntryReader::Private::deflated(const Sink& sink)
     } else if (inflateReset(&inflater) != Z_OK) {
         return Result::Damaged;
     }
-    inflater.avail_in = 0;
-    for (;;) {
-        if (inflater.avail_in == 0) {
-            const qint64 n = fill();
-            if (n < 0) {
-                return Result::ReadFailed;
-            }
-            inflater.next_in = reinterpret_cast<Bytef*>(input.data());
-            inflater.avail_in = uInt(n);
-        }
-        const bool ended = inflater.avail_in == 0;
+    return pump(sink, nullptr, 0, [this](const char** next, qint64* available, qsizetype* produced) {
+        inflater.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(*next));
+        inflater.avail_in = uInt(*available);
         inflater.next_out = reinterpret_cast<Bytef*>(output.data());
         inflater.avail_out = uInt(kOutputSize);
         const int status = inflate(&inflater, Z_NO_FLUSH);
-        const qsizetype produced = kOutputSize - qsizetype(inflater.avail_out);
-        if (produced > 0 && !sink(output.data(), produced)) {
-            return Result::SinkFailed;
-        }
-        if (status == Z_STREAM_END) {
-            return Result::Ok;
-        }
-        if ((status != Z_OK && status != Z_BUF_ERROR) || (ended && produced == 0)) {
-            return Result::Damaged;
-        }
-    }
+        *next = reinterpret_cast<const char*>(inflater.next_in);
+        *available = inflater.avail_in;
+        *produced = kOutputSize - qsizetype(inflater.avail_out);
+        return status == Z_STREAM_END                   ? Step::End
+            : status == Z_OK || status == Z_BUF_ERROR ? Step::More
+                                                       : Step::Failed;
+    });
 }
 
 ZipEntryReader::Result ZipEntryReader::Private::deflated64(const Sink& sink)
@@ -178,34 +201,18 @@ ZipEntryReader::Result ZipEntryReader::Private::bzip2(const Sink& sink)
     if (BZ2_bzDecompressInit(&stream, 0, 0) != BZ_OK) {
         return Result::Damaged;
     }
-    Result result = Result::Damaged;
-    for (;;) {
-        if (stream.avail_in == 0) {
-            const qint64 n = fill();
-            if (n < 0) {
-                result = Result::ReadFailed;
-                break;
-            }
-            stream.next_in = input.data();
-            stream.avail_in = unsigned(n);
-        }
-        const bool ended = stream.avail_in == 0;
-        stream.next_out = output.data();
-        stream.avail_out = unsigned(kOutputSize);
-        const int status = BZ2_bzDecompress(&stream);
-        const qsizetype produced = kOutputSize - qsizetype(stream.avail_out);
-        if (produced > 0 && !sink(output.data(), produced)) {
-            result = Result::SinkFailed;
-            break;
-        }
-        if (status == BZ_STREAM_END) {
-            result = Result::Ok;
-            break;
-        }
-        if (status != BZ_OK || (ended && produced == 0)) {
-            break;
-        }
-    }
+    const Result result =
+        pump(sink, nullptr, 0, [&](const char** next, qint64* available, qsizetype* produced) {
+            stream.next_in = const_cast<char*>(*next);
+            stream.avail_in = unsigned(*available);
+            stream.next_out = output.data();
+            stream.avail_out = unsigned(kOutputSize);
+            const int status = BZ2_bzDecompress(&stream);
+            *next = stream.next_in;
+            *available = stream.avail_in;
+            *produced = kOutputSize - qsizetype(stream.avail_out);
+            return status == BZ_STREAM_END ? Step::End : status == BZ_OK ? Step::More : Step::Failed;
+        });
     BZ2_bzDecompressEnd(&stream);
     return result;
 }
@@ -216,7 +223,7 @@ ZipEntryReader::Result ZipEntryReader::Private::lzma(const Sink& sink)
     // its properties (2 bytes, 5) and the properties; then a raw LZMA stream,
     // with or without an end marker (flag bit 1), so decoding stops at the
     // stated size.
-    qint64 n = fill();
+    const qint64 n = fill();
     if (n < 0) {
         return Result::ReadFailed;
     }
@@ -231,44 +238,30 @@ ZipEntryReader::Result ZipEntryReader::Private::lzma(const Sink& sink)
     }
     lzma_stream stream = LZMA_STREAM_INIT;
     const lzma_ret ready = lzma_raw_decoder(&stream, filters);
-    free(filters[0].options);
+    std::free(filters[0].options);
     if (ready != LZMA_OK) {
         return Result::Damaged;
     }
-    stream.next_in = reinterpret_cast<const uint8_t*>(input.data() + 9);
-    stream.avail_in = size_t(n - 9);
     quint64 left = record.uncompressedSize;
-    Result result = Result::Damaged;
-    for (;;) {
-        if (stream.avail_in == 0) {
-            n = fill();
-            if (n < 0) {
-                result = Result::ReadFailed;
-                break;
+    const Result result = pump(
+        sink, input.data() + 9, n - 9,
+        [&](const char** next, qint64* available, qsizetype* produced) {
+            if (left == 0) {
+                return Step::End;
             }
-            stream.next_in = reinterpret_cast<const uint8_t*>(input.data());
-            stream.avail_in = size_t(n);
-        }
-        const bool ended = stream.avail_in == 0;
-        stream.next_out = reinterpret_cast<uint8_t*>(output.data());
-        stream.avail_out = size_t(qMin<quint64>(left, quint64(kOutputSize)));
-        const lzma_ret status = stream.avail_out == 0 ? LZMA_STREAM_END
-                                                      : lzma_code(&stream, LZMA_RUN);
-        const qsizetype produced =
-            qsizetype(reinterpret_cast<char*>(stream.next_out) - output.data());
-        left -= quint64(produced);
-        if (produced > 0 && !sink(output.data(), produced)) {
-            result = Result::SinkFailed;
-            break;
-        }
-        if (status == LZMA_STREAM_END || left == 0) {
-            result = Result::Ok;
-            break;
-        }
-        if (status != LZMA_OK || (ended && produced == 0)) {
-            break;
-        }
-    }
+            stream.next_in = reinterpret_cast<const uint8_t*>(*next);
+            stream.avail_in = size_t(*available);
+            stream.next_out = reinterpret_cast<uint8_t*>(output.data());
+            stream.avail_out = size_t(qMin<quint64>(left, quint64(kOutputSize)));
+            const lzma_ret status = lzma_code(&stream, LZMA_RUN);
+            *next = reinterpret_cast<const char*>(stream.next_in);
+            *available = qint64(stream.avail_in);
+            *produced = qsizetype(reinterpret_cast<char*>(stream.next_out) - output.data());
+            left -= quint64(*produced);
+            return status == LZMA_STREAM_END || left == 0 ? Step::End
+                : status == LZMA_OK                        ? Step::More
+                                                           : Step::Failed;
+        });
     lzma_end(&stream);
     return result;
 }
@@ -311,21 +304,23 @@ ZipEntryReader::Result ZipEntryReader::open(int fd, const ZipCentralDirectory& d
         return Result::Overlaps;
     }
 
+    // Header and name in one read: with many small entries every system
+    // call counts.
     const QByteArrayView name = directory.name(record);
-    char header[kLocalHeaderSize];
     const qint64 offset = qint64(record.localHeaderOffset);
-    if (ZipFileIo::preadFully(fd, header, kLocalHeaderSize, offset) != kLocalHeaderSize
+    const qint64 headerSize = kLocalHeaderSize + name.size();
+    if (qint64(d->input.size()) < headerSize) {
+        d->input.resize(size_t(headerSize));
+    }
+    char* header = d->input.data();
+    if (ZipFileIo::preadFully(fd, header, headerSize, offset) != headerSize
         || std::memcmp(header, "PK\x03\x04", 4) != 0 || u16(header + 26) != name.size()
-        || u16(header + 8) != record.method) {
+        || u16(header + 8) != record.method
+        || QByteArrayView(header + kLocalHeaderSize, name.size()) != name) {
         return Result::BadLocalHeader;
     }
-    QByteArray localName(name.size(), Qt::Uninitialized);
-    if (ZipFileIo::preadFully(fd, localName.data(), name.size(), offset + kLocalHeaderSize)
-            != name.size()
-        || localName != name) {
-        return Result::BadLocalHeader;
-    }
-    d->position = offset + kLocalHeaderSize + name.size() + u16(header + 28);
+    const quint16 localTime = u16(header + 10);
+    d->position = offset + headerSize + u16(header + 28);
     d->remaining = record.compressedSize;
     if (quint64(d->position) > record.dataLimit
         || record.dataLimit - quint64(d->position) < record.compressedSize) {
@@ -343,7 +338,7 @@ ZipEntryReader::Result ZipEntryReader::open(int fd, const ZipCentralDirectory& d
         }
         // The last header byte is the CRC's high byte, or with a data
         // descriptor the high byte of the time (the CRC was not known yet).
-        const quint8 check = (record.flag & 0x0008) ? quint8(u16(header + 10) >> 8)
+        const quint8 check = (record.flag & 0x0008) ? quint8(localTime >> 8)
                                                     : quint8(record.crc >> 24);
         for (qsizetype i = 0; i < passwords.size() && m_passwordIndex < 0; ++i) {
             TraditionalKeys keys(passwords.at(i));
