@@ -2,8 +2,7 @@
 """Python's zipfile as a peer of the zip tests: inspect ZIP (raw header fields, a JSON object per
 entry), test ZIP [PASSWORD] (exit 0 when testzip() finds every entry intact), make ZIP ENTRIES_JSON
 (entries from [{"name" | "name_hex", "data", "method", "date_time", "external"}], names stored as
-given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 form), count ZIP (records of
-the central directory), wrapped ZIP COUNT (COUNT empty files; no ZIP64 end record, so the 16-bit count wraps), raw
+given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 form), wrapped ZIP COUNT (COUNT empty files; no ZIP64 end record, so the 16-bit count wraps), raw
 ZIP LAYOUT_JSON (built byte by byte: see raw())."""
 import json
 import os
@@ -64,11 +63,6 @@ def zip64_tree(path, folder):
                 info.compress_type = zipfile.ZIP_DEFLATED
                 with open(full, "rb") as source, archive.open(info, "w", force_zip64=True) as stream:
                     stream.write(source.read())
-
-
-def count(path):
-    with zipfile.ZipFile(path) as archive:
-        print(len(archive.infolist()))
 
 
 def wrapped(path, total):
@@ -155,5 +149,5 @@ if __name__ == "__main__":
     command, arguments = sys.argv[1], sys.argv[2:]
     if command == "test":
         sys.exit(test(arguments[0], arguments[1] if len(arguments) > 1 else None))
-    {"inspect": inspect, "make": make, "zip64-tree": zip64_tree, "count": count, "wrapped": wrapped,
+    {"inspect": inspect, "make": make, "zip64-tree": zip64_tree, "wrapped": wrapped,
      "raw": raw}[command](*arguments)
