@@ -2,8 +2,9 @@
 """Python's zipfile as a peer of the zip tests: inspect ZIP (raw header fields, a JSON object per
 entry), test ZIP [PASSWORD] (exit 0 when testzip() finds every entry intact), make ZIP ENTRIES_JSON
 (entries from [{"name" | "name_hex", "data", "method", "date_time", "external"}], names stored as
-given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 form), wrapped ZIP COUNT (COUNT empty files; no ZIP64 end record, so the 16-bit count wraps), raw
-ZIP LAYOUT_JSON (built byte by byte: see raw())."""
+given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 form), wrapped ZIP COUNT
+(COUNT empty files; no ZIP64 end record, so the 16-bit count wraps), raw ZIP LAYOUT_JSON (built byte by byte:
+see raw())."""
 import json
 import os
 import struct
