@@ -26,6 +26,11 @@ struct ZipItemAttributes {
 // Writing goes to a temporary file beside the archive; CloseZipFile2 renames it
 // into place, so an existing file at the location is only ever replaced by a
 // complete archive.
+//
+// Reading does not go through the container library: its walk trusts the end
+// record's entry count and it decodes only stored and deflated data, so the
+// central directory is walked here (ZipCentralDirectory) and entries are
+// decoded here too (ZipEntryReader).
 class ZipArchive
 {
 public:
