@@ -16,8 +16,7 @@ case $kind in
     targets=(all)
     tests=()
     export ASAN_OPTIONS=halt_on_error=1:detect_leaks=1:detect_stack_use_after_return=1
-    export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1:suppressions=$supp/ubsan.supp
-    export LSAN_OPTIONS=suppressions=$supp/lsan.supp:print_suppressions=0
+    export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
     ;;
   thread)
     build=build/tsan
@@ -25,7 +24,8 @@ case $kind in
     # starts no threads of its own, and the 4 GiB and peer rows add time, not threads.
     targets=(test_zip test_archive test_unarchive)
     tests=(-L 'zip|archive|unarchive' -E 'Slow/|PeerArchive|WrittenArchive')
-    export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=$supp/tsan.supp
+    # The peers the tests start are forked from threaded processes.
+    export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:die_after_fork=0:suppressions=$supp/tsan.supp
     ;;
   *)
     echo "usage: $0 address|thread [ctest arguments]" >&2
