@@ -3,11 +3,13 @@
 //
 //   mokuza-engine archive OUT.zip [--level N] [--encoding VALUE] [--password TEXT] PATH...
 //   mokuza-engine extract ARCHIVE DESTDIR [--encoding VALUE] [--password TEXT]
+//   mokuza-engine verify ARCHIVE [--password TEXT]   (the read-back check alone)
 //
 // Every error is printed as "code<TAB>path<TAB>message". Exit status: 0 without
 // errors, 1 with errors, 2 for bad usage.
 #include "zip/RQUnZipArchiver.h"
 #include "zip/RQZipArchiver.h"
+#include "zip/ZipArchive.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -73,7 +75,8 @@ int usage()
     std::fputs("usage: mokuza-engine archive OUT.zip [--level N] [--encoding VALUE] "
                "[--password TEXT] PATH...\n"
                "       mokuza-engine extract ARCHIVE DESTDIR [--encoding VALUE] "
-               "[--password TEXT]\n",
+               "[--password TEXT]\n"
+               "       mokuza-engine verify ARCHIVE [--password TEXT]\n",
                stderr);
     return 2;
 }
@@ -171,6 +174,20 @@ int extract(const Options& options)
     return report(unarchiver.errors());
 }
 
+// Prints the archive's CRC-32 as the archive job records it.
+int verify(const Options& options)
+{
+    if (options.positional.size() != 1) {
+        return usage();
+    }
+    const std::optional<quint32> crc =
+        ZipArchive::testArchive(absolute(options.positional.at(0)), options.password);
+    if (crc) {
+        std::printf("%lX\n", static_cast<unsigned long>(*crc));
+    }
+    return crc ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -190,6 +207,9 @@ int main(int argc, char** argv)
     }
     if (command == QLatin1String("extract")) {
         return extract(options);
+    }
+    if (command == QLatin1String("verify")) {
+        return verify(options);
     }
     return usage();
 }

@@ -11,11 +11,11 @@ PACKAGES=(
   qt6-base-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
   qt6-translations-l10n
   libqt6dbus6 libqt6svg6 qt6-qpa-plugins qt6-wayland
-  libquazip1-qt6-dev zlib1g-dev libicu-dev
-  libx11-dev libxkbcommon-dev libxkbcommon-x11-dev
+  libquazip1-qt6-dev zlib1g-dev libbz2-dev liblzma-dev libicu-dev
+  libx11-dev libxkbcommon-dev libxkbcommon-x11-dev libxcb1-dev libxcb-xkb-dev
   # tests
   libgtest-dev libgmock-dev googletest
-  xvfb xauth xdotool x11-utils dbus dbus-x11 python3 python3-dbus python3-gi gir1.2-glib-2.0
+  xvfb xauth xdotool x11-utils x11-xkb-utils dbus dbus-x11 python3 python3-dbus python3-gi gir1.2-glib-2.0
   # sanitizer runs and the fuzz target (libFuzzer, readable stack traces)
   clang libclang-rt-14-dev llvm
   # interop peers

@@ -129,6 +129,7 @@ void RKArchiveBase::doArchive()
         info.errors.items = runner->errors();
         info.destPath.stringValue = url;
         info.password.stringValue = runner->usedPassword();
+        info.verify.crc = runner->verifyCrc();
         results.append(info);
     }
 

@@ -26,4 +26,7 @@ public:
     virtual QString usedPassword() const = 0;
     // The errors of the last archive, in the order reported.
     virtual QList<RQError> errors() const = 0;
+    // The CRC-32 ("%lX") of the last archive once it was read back and
+    // passed; null when it was not checked or failed.
+    virtual QString verifyCrc() const { return QString(); }
 };

@@ -24,10 +24,6 @@ public:
 
     bool isKeyHeld(int virtualKeyCode) override;
 
-    // The X key code (evdev code + 8) of a stored virtual key code of the US
-    // ANSI layout, or 0 when the key has none.
-    static int x11KeyCode(int virtualKeyCode);
-
 private:
     _XDisplay* display();
 

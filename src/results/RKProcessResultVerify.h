@@ -2,8 +2,9 @@
 
 #include <QString>
 
-// Room for a checksum of what was produced ("%lX" of a CRC-32). No job fills
-// it; a null crc counts as absent and shows no row.
+// The CRC-32 of a written archive ("%lX"), filled once the archive was read
+// back and every entry passed its check; a null crc counts as absent and shows
+// no row.
 struct RKProcessResultVerify
 {
     QString crc;

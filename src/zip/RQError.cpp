@@ -11,6 +11,10 @@ QString archiverMessage(int code)
         return QStringLiteral("指定されたファイルが見つかりません。");
     case 2:
         return QStringLiteral("書庫へのファイル追加に失敗しました。");
+    case 4:
+        return QStringLiteral("ファイル名を書庫の文字コードで表せないため、「-」という名前で格納しました。");
+    case 5:
+        return QStringLiteral("書庫の検証に失敗しました。書庫が破損している可能性があります。");
     case 200:
         return QStringLiteral("書庫のサイズが4Gを超過しています。書庫が破損している可能性があります。");
     case 999:
@@ -30,6 +34,9 @@ QString unArchiverMessage(int code)
                               "パスワードやエンコードを確認してください。");
     case 3:
         return QStringLiteral("書庫からのファイル取り出しに失敗しました。");
+    case 4:
+        return QStringLiteral("書庫に記録された項目数と実際の項目数が一致しません。"
+                              "書庫が破損している可能性があります。");
     case 999:
         return QStringLiteral("不明なエラー");
     default:

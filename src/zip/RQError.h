@@ -14,9 +14,12 @@ public:
 
     RQError() = default;
 
-    // Archiver family: 1 item missing, 2 adding failed, 200 size, 999 unexpected.
+    // Archiver family: 1 item missing, 2 adding failed, 4 name stored as "-"
+    // (no form in the encoding), 5 the written archive failed its check,
+    // 200 size, 999 unexpected.
     static RQError initWithErrorCode(int code, const QString& filePath);
-    // Unarchiver family: 1 missing, 2 open/list failed, 3 entry failed, 999.
+    // Unarchiver family: 1 missing, 2 open/list failed, 3 entry failed,
+    // 4 entry count of the end record differs from the directory, 999.
     static RQError initWithUnArchiverErrorCode(int code, const QString& filePath);
     // File-copy family: 1 destination folder not made, 2 move failed.
     static RQError initWithFileCopyUtilErrorCode(int code, const QString& filePath);

@@ -104,7 +104,7 @@ bool RQUnZipArchiver::Private::unArchiveStart(Run& run)
     notify([&](RQUnZipArchiverDelegate* receiver) {
         receiver->unArchiverArchiveProgress(q, index + 1, total, name);
     });
-    if (!run.zip.UnzipFileTo64(run.basePath, name, true, run.encode)) {
+    if (!run.zip.UnzipFileTo64(run.basePath, index, true, run.encode)) {
         raise(run, RQError::initWithUnArchiverErrorCode(3, name));
     }
     if (index + 1 >= total) {
@@ -203,6 +203,11 @@ void RQUnZipArchiver::unArchive(const QString& destination, const QString& passw
     d->notify([&](RQUnZipArchiverDelegate* receiver) {
         receiver->unArchiverArchiveStarted(this, total);
     });
+    if (run->zip.declaredNumFiles() != quint64(total)) {
+        // Every entry found is still extracted; the run reports that the
+        // archive is not what its end record says.
+        d->raise(*run, RQError::initWithUnArchiverErrorCode(4, archive));
+    }
     Private* p = d.get();
     d->worker.post([p, run] { p->runSteps(run); });
 }

@@ -11,7 +11,11 @@
 // Extracts every entry of one archive into a folder, one entry per step,
 // turning failures into unarchiver-family RQErrors:
 //   2   the archive cannot be opened or listed (path = the archive);
-//   3   one entry could not be extracted (path = the entry name as listed);
+//   3   one entry could not be extracted (path = the entry name as listed):
+//       damaged, or of a method or encryption the engine does not read, or
+//       overlapping another entry's data; the run goes on with the next;
+//   4   the end record's entry count differs from the records of the
+//       central directory (path = the archive); every record is extracted;
 //   999 an unexpected failure (path = the archive), which ends the run.
 // Nothing is ever written outside the destination folder: entries with an
 // absolute name or a ".." component fail with code 3.

@@ -55,7 +55,9 @@ struct RQZipArchiver::Private {
         QString basePath;
         QString zipFilePath;
         int archiveLevel = 5;
+        QString password;
         QList<RQError> errors; // guarded by the front end's mutex
+        QString verifyCrc;     // guarded by the front end's mutex
     };
 
     RQZipArchiver* q;
@@ -78,6 +80,8 @@ struct RQZipArchiver::Private {
     // Closes the archive and forgets the run's list; false when an archive
     // was open and could not be completed.
     bool closeZip(Run& run);
+    // Reads the closed archive back; its CRC-32, or code 5.
+    void verify(Run& run, const QString& archivePath);
     // One step; false when the run has ended.
     bool archiveStart(Run& run);
     void runSteps(const std::shared_ptr<Run>& run);
@@ -106,6 +110,19 @@ bool RQZipArchiver::Private::closeZip(Run& run)
     run.zipFilePath.clear();
     run.archiveLevel = 5;
     return closed || !wasOpen;
+}
+
+void RQZipArchiver::Private::verify(Run& run, const QString& archivePath)
+{
+    // The archive is about to be sent: what a reader will find is checked
+    // while its data are still in the page cache.
+    const std::optional<quint32> crc = ZipArchive::testArchive(archivePath, run.password);
+    if (!crc) {
+        raise(run, RQError::initWithErrorCode(5, archivePath));
+        return;
+    }
+    std::lock_guard<std::mutex> lock(mutex);
+    run.verifyCrc = QString::asprintf("%lX", static_cast<unsigned long>(*crc));
 }
 
 bool RQZipArchiver::Private::archiveStart(Run& run)
@@ -144,15 +161,20 @@ bool RQZipArchiver::Private::archiveStart(Run& run)
             });
         if (!added) {
             raise(run, RQError::initWithErrorCode(2, item));
+        } else if (run.zip.nameStoredAsDash()) {
+            raise(run, RQError::initWithErrorCode(4, item));
         }
     }
 
     if (index + 1 >= total) {
         const QString archivePath = run.zipFilePath;
+        const bool created = run.created;
         if (!closeZip(run)) {
             // Every item went in, yet the archive could not be completed
             // (a full disk): the file at the location is the old one.
             raise(run, RQError::initWithErrorCode(2, archivePath));
+        } else if (created) {
+            verify(run, archivePath);
         }
         notify([&](RQZipArchiverDelegate* receiver) {
             receiver->archiverArchiveFinished(q, archivePath);
@@ -221,6 +243,7 @@ void RQZipArchiver::archive(const QString& url, const QStringList& contents,
     run->created = password.isEmpty() ? run->zip.CreateZipFile2(path)
                                       : run->zip.CreateZipFile2(path, password);
     run->zipFilePath = path;
+    run->password = password;
     run->zip.setStringEncoding(destEncoding);
     run->archiveProgress = 0;
     run->archiveFiles = contents;
@@ -254,6 +277,12 @@ QList<RQError> RQZipArchiver::errors() const
 {
     std::lock_guard<std::mutex> lock(d->mutex);
     return d->current ? d->current->errors : QList<RQError>();
+}
+
+QString RQZipArchiver::verifyCrc() const
+{
+    std::lock_guard<std::mutex> lock(d->mutex);
+    return d->current ? d->current->verifyCrc : QString();
 }
 
 bool RQZipArchiver::isNotification() const

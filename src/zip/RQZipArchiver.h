@@ -13,6 +13,10 @@
 // worker thread, turning failures into archiver-family RQErrors:
 //   1   an item does not exist when its step runs (path = the item);
 //   2   the item could not be added (path = the item);
+//   4   the item's name has no form in the names encoding and was stored as
+//       "-" (path = the item);
+//   5   the finished archive, read back, has an entry that does not pass its
+//       CRC check (path = the archive);
 //   999 an unexpected failure (path = ""), which ends the run.
 // Entry names are the item paths without the folder of the first item.
 // The archive is written under a temporary name beside the destination and
@@ -50,6 +54,12 @@ public:
     // Errors of the current or last run, in the order raised. Safe to read
     // from any thread; complete once the run has ended.
     QList<RQError> errors() const;
+
+    // After a run has finished: the CRC-32 of the archive file as upper-case
+    // hexadecimal ("%lX"), set once the archive was read back and every entry
+    // passed its check. Null when it was not checked (cancelled, not
+    // written) or failed (code 5). Any thread.
+    QString verifyCrc() const;
 
     // Failure reporting; on after construction.
     bool isNotification() const;

@@ -1,8 +1,9 @@
 #include "zip/ZipArchive.h"
 
 #include "platform/RKStringEncoding.h"
+#include "zip/ZipCentralDirectory.h"
+#include "zip/ZipEntryReader.h"
 #include "zip/ZipOutputFolder.h"
-#include "zip/ZipReadDevice.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -10,7 +11,6 @@
 #include <QRandomGenerator>
 #include <QScopeGuard>
 
-#include <quazip/unzip.h>
 #include <quazip/zip.h>
 #include <zlib.h>
 
@@ -23,7 +23,9 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <array>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -32,11 +34,11 @@ constexpr quint64 kZip64Threshold = Q_UINT64_C(4294967296);
 // Files are read 16,382 bytes at a time into a 16 KiB buffer.
 constexpr qint64 kWriteChunk = 16382;
 constexpr size_t kWriteBufferSize = 16384;
-// Reading side: one buffer, reused, large enough to keep write(2) calls few.
-constexpr unsigned kReadBufferSize = 64 * 1024;
-// A stored name is at most 65,535 bytes (16-bit length field).
-constexpr size_t kNameBufferSize = 65536;
+// Zero runs at least this long are left as holes in extracted files.
+constexpr qsizetype kHoleSize = 4096;
+constexpr quint64 kUtf8 = 4;
 constexpr quint64 kShiftJIS = 8;
+constexpr quint16 kUtf8Flag = 0x0800;
 
 int retryOpen(const QByteArray& path, int flags, mode_t mode = 0)
 {
@@ -112,6 +114,31 @@ std::optional<QByteArray> asciiPassword(const QString& password)
     return password.toLatin1();
 }
 
+// Characters that input methods on Linux and macOS type, or that NFKC makes of
+// Windows' own full-width forms, but that code page 932 lacks: each becomes
+// the character Windows shows with the same glyph, so the name survives.
+QString windowsForms(QString name)
+{
+    static constexpr std::array<std::pair<char16_t, char16_t>, 8> kForms { {
+        { u'\u301C', u'\uFF5E' }, // 〜 wave dash → ～
+        { u'\u2212', u'\uFF0D' }, // − minus → －
+        { u'\u00AC', u'\uFFE2' }, // ¬ → ￢
+        { u'\u2016', u'\u2225' }, // ‖ → ∥
+        { u'\u2014', u'\u2015' }, // — em dash → ―
+        { u'\u00A2', u'\uFFE0' }, // ¢ → ￠
+        { u'\u00A3', u'\uFFE1' }, // £ → ￡
+        { u'\u00A6', u'\uFFE4' }, // ¦ → ￤
+    } };
+    for (QChar& c : name) {
+        for (const auto& [from, to] : kForms) {
+            if (c.unicode() == from) {
+                c = QChar(to);
+            }
+        }
+    }
+    return name;
+}
+
 // Local calendar fields of a time, kept inside the MS-DOS range 1980..2107.
 tm_zip dosFields(const QDateTime& when)
 {
@@ -163,26 +190,6 @@ time_t dosDateToTime(uLong dosDate)
     return mktime(&local);
 }
 
-// Only an end record at the very start: an archive without entries, perhaps
-// with a comment.
-bool isEmptyArchive(const QString& path, ZipReadDevice& device)
-{
-    // The container closes the device when it refuses it.
-    if (!device.isOpen() && !device.openFile(path)) {
-        return false;
-    }
-    const qint64 size = device.size();
-    if (size < 22 || size > 22 + 0xFFFF || !device.seek(0)) {
-        return false;
-    }
-    const QByteArray record = device.read(22);
-    const auto field = [&](int offset) {
-        return int(quint8(record[offset])) | int(quint8(record[offset + 1])) << 8;
-    };
-    return record.size() == 22 && record.startsWith(QByteArray("PK\x05\x06", 4)) && field(8) == 0
-        && field(10) == 0 && 22 + field(20) == size;
-}
-
 // Key of the entry lookup: the stored name bytes with ASCII letters folded to
 // lower case (as the container's case-blind comparison does) and "\" taken
 // as "/", so names written by tools that separate folders with "\" are found
@@ -208,11 +215,36 @@ QString slashed(QString name)
     return name;
 }
 
+// The text a reading failure sends to the delegate.
+QString readFailure(ZipEntryReader::Result result, quint16 method)
+{
+    switch (result) {
+    case ZipEntryReader::Result::UnsupportedMethod:
+        return QStringLiteral("Unsupported compression method %1").arg(method);
+    case ZipEntryReader::Result::UnsupportedEncryption:
+        return QStringLiteral("Unsupported encryption");
+    case ZipEntryReader::Result::Overlaps:
+        return QStringLiteral("Entry overlaps another entry");
+    case ZipEntryReader::Result::BadLocalHeader:
+        return QStringLiteral("Error occurs");
+    case ZipEntryReader::Result::WrongPassword:
+        return QStringLiteral("Wrong password");
+    case ZipEntryReader::Result::CrcMismatch:
+        return QStringLiteral("file was unzipped but failed crc check");
+    case ZipEntryReader::Result::SinkFailed:
+        return QStringLiteral("Failed to write output file");
+    case ZipEntryReader::Result::Ok:
+    case ZipEntryReader::Result::ReadFailed:
+    case ZipEntryReader::Result::Damaged:
+        break;
+    }
+    return QStringLiteral("Failed to read zip file");
+}
+
 } // namespace
 
 struct ZipArchive::Private {
     zipFile _zipFile = nullptr;
-    unzFile _unzFile = nullptr;
     quint64 _numFiles = 0;
     QString _password;
     ZipArchiveDelegate* _delegate = nullptr;
@@ -226,28 +258,31 @@ struct ZipArchive::Private {
     QString targetPath;
     QString temporaryPath; // empty when appending in place
     bool writeFailed = false;
+    bool nameStoredAsDash = false;
     std::vector<char> writeBuffer;
 
     // Reading.
-    std::unique_ptr<ZipReadDevice> readDevice;
-    QHash<QByteArray, unz64_file_pos> index;
-    bool indexComplete = false;
-    // An archive without entries, which the container refuses to open.
-    bool openEmpty = false;
-    std::vector<char> readBuffer;
-    std::vector<char> nameBuffer;
+    int readFd = -1;
+    ZipCentralDirectory directory;
+    ZipEntryReader entryReader;
     ZipOutputFolder output;
+    // The last listing: names by position in the directory, and for each
+    // position the first entry whose stored name is the same but for the
+    // case of ASCII letters.
+    QStringList listed;
+    std::vector<qsizetype> firstOfKey;
+    QHash<QString, qsizetype> byListedName; // made when a name is asked for
+    quint64 listedEncoding = kUtf8;
+    bool listedValid = false;
+    // The password form the last encrypted entry took; tried first.
+    QByteArray fittingPassword;
 
     bool openForWriting(const QString& path, bool append);
     bool completeLocalHeader(qint64 headerOffset, qint64 headerLength, quint64 uncompressed);
     void discardWriting();
-    void resetIndex();
-    // The first entry of a name wins.
-    void remember(const QByteArray& key, const unz64_file_pos& position);
-    bool buildIndex();
-    // Reads the current entry's information and stored name (into nameBuffer).
-    bool currentInfo(unz_file_info64* info);
-    int openCurrent(const unz_file_info64* info);
+    std::optional<QString> entryName(const ZipCentralRecord& record, quint64 encoding) const;
+    bool list(quint64 encoding);
+    QList<QByteArray> passwordForms() const;
 };
 
 // --- construction --------------------------------------------------------------
@@ -269,7 +304,7 @@ ZipArchive::~ZipArchive()
     if (d->_zipFile) {
         CloseZipFile2();
     }
-    if (d->_unzFile) {
+    if (d->readFd >= 0) {
         UnzipCloseFile();
     }
 }
@@ -430,10 +465,12 @@ bool ZipArchive::addFileToZip(const QString& path, const QString& newname, int l
         entryName += QLatin1Char('/');
     }
     if (d->_stringEncoding == kShiftJIS) {
-        entryName = RKStringEncoding::precomposedStringWithCompatibilityMapping(entryName);
+        entryName = windowsForms(
+            RKStringEncoding::precomposedStringWithCompatibilityMapping(entryName));
     }
     const std::optional<QByteArray> nameBytes =
         RKStringEncoding::encode(entryName, d->_stringEncoding);
+    d->nameStoredAsDash = !nameBytes;
 
     zip_fileinfo info {};
     info.tmz_date = dosFields(modified);
@@ -597,93 +634,107 @@ bool ZipArchive::CloseZipFile2()
 
 // --- reading -----------------------------------------------------------------
 
-void ZipArchive::Private::resetIndex()
+std::optional<QString> ZipArchive::Private::entryName(const ZipCentralRecord& record,
+                                                      quint64 encoding) const
 {
-    index.clear();
-    indexComplete = false;
-}
-
-void ZipArchive::Private::remember(const QByteArray& key, const unz64_file_pos& position)
-{
-    if (!index.contains(key)) {
-        index.insert(key, position);
-    }
-}
-
-bool ZipArchive::Private::currentInfo(unz_file_info64* info)
-{
-    if (nameBuffer.size() < kNameBufferSize) {
-        nameBuffer.resize(kNameBufferSize);
-    }
-    return unzGetCurrentFileInfo64(_unzFile, info, nameBuffer.data(), uLong(nameBuffer.size()),
-                                   nullptr, 0, nullptr, 0)
-        == UNZ_OK;
-}
-
-int ZipArchive::Private::openCurrent(const unz_file_info64* info)
-{
-    // The password only goes to encrypted entries: the container would try to
-    // decrypt any entry it is given a password for, and some tools encrypt
-    // files but not folders. A password without a 7-bit form decrypts nothing.
-    if (info && (info->flag & 1) && !_password.isEmpty()) {
-        const std::optional<QByteArray> password = asciiPassword(_password);
-        if (password) {
-            return unzOpenCurrentFilePassword(_unzFile, password->constData());
+    // A Unicode Path field written for this very name, then the UTF-8 flag,
+    // then the chosen encoding; a name that is not valid there but is valid
+    // UTF-8 (a tool that sets no flag) is read as UTF-8.
+    if (const std::optional<QByteArray> unicode = directory.unicodePath(record)) {
+        if (std::optional<QString> name = RKStringEncoding::decode(*unicode, kUtf8)) {
+            return name;
         }
     }
-    return unzOpenCurrentFile(_unzFile);
+    const QByteArray stored = directory.name(record).toByteArray();
+    if (record.flag & kUtf8Flag) {
+        if (std::optional<QString> name = RKStringEncoding::decode(stored, kUtf8)) {
+            return name;
+        }
+    }
+    if (std::optional<QString> name = RKStringEncoding::decode(stored, encoding)) {
+        return name;
+    }
+    return encoding == kUtf8 ? std::nullopt : RKStringEncoding::decode(stored, kUtf8);
 }
 
-bool ZipArchive::Private::buildIndex()
+bool ZipArchive::Private::list(quint64 encoding)
 {
-    index.clear();
-    int status = unzGoToFirstFile(_unzFile);
-    while (status == UNZ_OK) {
-        unz_file_info64 info;
-        unz64_file_pos position;
-        if (!currentInfo(&info) || unzGetFilePos64(_unzFile, &position) != UNZ_OK) {
+    listed.clear();
+    firstOfKey.clear();
+    byListedName.clear();
+    listedValid = false;
+    const std::vector<ZipCentralRecord>& records = directory.records();
+    listed.reserve(qsizetype(records.size()));
+    firstOfKey.reserve(records.size());
+    QHash<QByteArray, qsizetype> firstByKey;
+    firstByKey.reserve(qsizetype(records.size()));
+    for (const ZipCentralRecord& record : records) {
+        std::optional<QString> name = entryName(record, encoding);
+        if (!name) {
+            listed.clear();
+            firstOfKey.clear();
             return false;
         }
-        const qsizetype length = qsizetype(qMin<quint64>(info.size_filename, kNameBufferSize - 1));
-        remember(lookupKey(nameBuffer.data(), length), position);
-        status = unzGoToNextFile(_unzFile);
+        listed.append(slashed(*std::move(name)));
+        const QByteArrayView stored = directory.name(record);
+        const qsizetype index = qsizetype(firstOfKey.size());
+        const QByteArray key = lookupKey(stored.data(), stored.size());
+        const auto first = firstByKey.constFind(key);
+        if (first == firstByKey.constEnd()) {
+            firstByKey.insert(key, index);
+            firstOfKey.push_back(index);
+        } else {
+            firstOfKey.push_back(first.value());
+        }
     }
-    indexComplete = status == UNZ_END_OF_LIST_OF_FILE;
-    return indexComplete;
+    listedEncoding = encoding;
+    listedValid = true;
+    return true;
+}
+
+QList<QByteArray> ZipArchive::Private::passwordForms() const
+{
+    // A password typed on Linux is UTF-8 to Linux tools and Shift-JIS to
+    // Windows ones; the encryption header tells which one the archive took.
+    QList<QByteArray> forms;
+    if (_password.isEmpty()) {
+        return forms;
+    }
+    forms.append(_password.toUtf8());
+    const std::optional<QByteArray> shiftJis = RKStringEncoding::encode(_password, kShiftJIS);
+    if (shiftJis && *shiftJis != forms.first()) {
+        forms.append(*shiftJis);
+    }
+    const qsizetype preferred = forms.indexOf(fittingPassword);
+    if (preferred > 0) {
+        forms.move(preferred, 0);
+    }
+    return forms;
 }
 
 bool ZipArchive::UnzipOpenFile(const QString& path)
 {
-    if (d->_unzFile) {
+    if (d->readFd >= 0) {
         const QString password = d->_password;
         UnzipCloseFile();
         d->_password = password;
     }
     d->_unzippedFiles = QStringList();
-    d->openEmpty = false;
     d->_numFiles = 0;
-    d->resetIndex();
     d->output.close();
 
-    auto device = std::make_unique<ZipReadDevice>();
-    if (!device->openFile(path)) {
+    const int fd = retryOpen(QFile::encodeName(path), O_RDONLY | O_CLOEXEC);
+    struct stat st;
+    if (fd < 0) {
         return false;
     }
-    d->_unzFile = unzOpen64(device.get());
-    if (!d->_unzFile) {
-        d->openEmpty = isEmptyArchive(path, *device);
-        if (d->openEmpty) {
-            syslog(LOG_NOTICE, "%lu entries in the zip file", 0UL);
-        }
-        return d->openEmpty;
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || !d->directory.read(fd, st.st_size)) {
+        ::close(fd);
+        d->directory.clear();
+        return false;
     }
-    unzClearFlags(d->_unzFile, UNZ_AUTO_CLOSE);
-    d->readDevice = std::move(device);
-
-    unz_global_info64 global;
-    if (unzGetGlobalInfo64(d->_unzFile, &global) == UNZ_OK) {
-        d->_numFiles = global.number_entry;
-    }
+    d->readFd = fd;
+    d->_numFiles = d->directory.records().size();
     syslog(LOG_NOTICE, "%lu entries in the zip file", static_cast<unsigned long>(d->_numFiles));
     return true;
 }
@@ -694,129 +745,76 @@ bool ZipArchive::UnzipOpenFile(const QString& path, const QString& password)
     return UnzipOpenFile(path);
 }
 
+quint64 ZipArchive::declaredNumFiles() const
+{
+    return d->directory.declaredCount();
+}
+
 bool ZipArchive::isCrypted()
 {
-    if (!d->_unzFile) {
-        return false;
-    }
-    for (;;) {
-        unz_file_info64 info;
-        if (unzGetCurrentFileInfo64(d->_unzFile, &info, nullptr, 0, nullptr, 0, nullptr, 0)
-            == UNZ_OK && (info.flag & 1)) {
+    for (const ZipCentralRecord& record : d->directory.records()) {
+        if (record.flag & 1) {
             return true;
         }
-        unzCloseCurrentFile(d->_unzFile);
-        if (unzGoToNextFile(d->_unzFile) != UNZ_OK) {
-            return false;
-        }
     }
+    return false;
 }
 
 std::optional<QStringList> ZipArchive::getZipFileContents64(quint64 encoding)
 {
-    QStringList names;
-    if (!d->_unzFile) {
-        if (d->openEmpty) {
-            OutputErrorMessage(QStringLiteral("Failed"));
-            OutputErrorMessage(QStringLiteral("Error occured"));
-        }
-        return names;
+    if (d->readFd < 0) {
+        return QStringList();
     }
-    if (unzGoToFirstFile(d->_unzFile) != UNZ_OK) {
+    if (d->directory.records().empty()) {
         OutputErrorMessage(QStringLiteral("Failed"));
+        OutputErrorMessage(QStringLiteral("Error occured"));
     }
-    d->resetIndex();
-    for (;;) {
-        unz_file_info64 info;
-        const bool haveInfo = d->currentInfo(&info);
-        if (d->openCurrent(haveInfo ? &info : nullptr) != UNZ_OK) {
-            OutputErrorMessage(QStringLiteral("Error occured"));
-            break;
-        }
-        if (!haveInfo) {
-            OutputErrorMessage(QStringLiteral("Error occurs while getting file info"));
-            unzCloseCurrentFile(d->_unzFile);
-            break;
-        }
-        const qsizetype length =
-            qsizetype(qMin<quint64>(info.size_filename, kNameBufferSize - 1));
-        const QByteArray stored(d->nameBuffer.data(), length);
-        const std::optional<QString> name = RKStringEncoding::decode(stored, encoding);
-        if (!name) {
-            unzCloseCurrentFile(d->_unzFile);
-            d->index.clear();
-            return std::nullopt;
-        }
-        names.append(slashed(*name));
-        unz64_file_pos position;
-        if (unzGetFilePos64(d->_unzFile, &position) == UNZ_OK) {
-            d->remember(lookupKey(stored.constData(), stored.size()), position);
-        }
-        unzCloseCurrentFile(d->_unzFile);
-        const int next = unzGoToNextFile(d->_unzFile);
-        if (next != UNZ_OK) {
-            d->indexComplete = next == UNZ_END_OF_LIST_OF_FILE;
-            break;
-        }
+    if (!d->list(encoding)) {
+        return std::nullopt;
     }
-    if (!d->indexComplete) {
-        d->index.clear();
-    }
-    return names;
+    return d->listed;
 }
 
 bool ZipArchive::UnzipFileTo64(const QString& path, const QString& inFilePath, bool overWrite,
                                quint64 encoding)
 {
-    if (!d->_unzFile) {
-        OutputErrorMessage(QStringLiteral("Failed"));
-        return false;
+    if (d->readFd >= 0 && (!d->listedValid || d->listedEncoding != encoding)) {
+        d->list(encoding);
     }
-    if (!d->indexComplete) {
-        d->buildIndex();
+    if (d->listedValid && d->byListedName.isEmpty()) {
+        d->byListedName.reserve(d->listed.size());
+        for (qsizetype i = d->listed.size() - 1; i >= 0; --i) {
+            d->byListedName.insert(d->listed.at(i), i); // the first one stays
+        }
     }
-    const std::optional<QByteArray> wanted = RKStringEncoding::encode(inFilePath, encoding);
-    const auto found = wanted ? d->index.constFind(lookupKey(wanted->constData(), wanted->size()))
-                              : d->index.constEnd();
-    if (found == d->index.constEnd()) {
-        OutputErrorMessage(QStringLiteral("Failed"));
-        return false;
-    }
-    unz64_file_pos position = found.value();
-    if (unzGoToFilePos64(d->_unzFile, &position) != UNZ_OK) {
-        OutputErrorMessage(QStringLiteral("Failed"));
-        return false;
-    }
+    const qsizetype index = d->byListedName.value(inFilePath, -1);
+    return UnzipFileTo64(path, index, overWrite, encoding);
+}
 
-    unz_file_info64 info;
-    const bool haveInfo = d->currentInfo(&info);
-    if (d->openCurrent(haveInfo ? &info : nullptr) != UNZ_OK) {
-        OutputErrorMessage(QStringLiteral("Error occurs"));
+bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWrite,
+                               quint64 encoding)
+{
+    if (d->readFd >= 0 && (!d->listedValid || d->listedEncoding != encoding)) {
+        d->list(encoding);
+    }
+    if (!d->listedValid || index < 0 || index >= d->listed.size()) {
+        OutputErrorMessage(QStringLiteral("Failed"));
         return false;
     }
-    const qsizetype length = haveInfo ? qsizetype(qMin<quint64>(info.size_filename,
-                                                                kNameBufferSize - 1))
-                                      : 0;
-    const std::optional<QString> decoded = haveInfo
-        ? RKStringEncoding::decode(QByteArray(d->nameBuffer.data(), length), encoding)
-        : std::nullopt;
-    if (!decoded) {
-        OutputErrorMessage(QStringLiteral("Error occurs while getting file info"));
-        unzCloseCurrentFile(d->_unzFile);
-        return false;
-    }
+    // Of entries whose stored names differ only in the case of ASCII letters
+    // the first one is extracted.
+    const qsizetype at = d->firstOfKey[size_t(index)];
+    const ZipCentralRecord& record = d->directory.records()[size_t(at)];
+    const QString name = d->listed.at(at);
     // A folder ends in a separator character, judged on the decoded name: in
     // Shift-JIS the byte of "\" is also the second byte of characters such as
     // 表 and ソ, and a file whose name ends in one must stay a file.
-    const bool isFolder =
-        decoded->endsWith(QLatin1Char('/')) || decoded->endsWith(QLatin1Char('\\'));
-    const QString name = slashed(*decoded);
+    const bool isFolder = name.endsWith(QLatin1Char('/'));
 
     // Nothing is written outside the destination folder.
     std::optional<QStringList> components = ZipOutputFolder::safeComponents(name);
     if (!components || (!isFolder && components->isEmpty())) {
         OutputErrorMessage(QStringLiteral("Entry name leads outside the destination folder"));
-        unzCloseCurrentFile(d->_unzFile);
         return false;
     }
     QString outputPath = path;
@@ -828,105 +826,117 @@ bool ZipArchive::UnzipFileTo64(const QString& path, const QString& inFilePath, b
     }
     const QString leaf = isFolder ? QString() : components->takeLast();
 
-    const int folderFd = d->output.setRoot(path) ? d->output.folder(*components) : -1;
-    if (isFolder) {
-        // Folder entries carry no file; any data they hold are ignored.
-        unzCloseCurrentFile(d->_unzFile);
-        if (folderFd < 0) {
-            OutputErrorMessage(QStringLiteral("Failed to create folder"));
+    if (!isFolder) {
+        const QList<QByteArray> passwords = d->passwordForms();
+        const ZipEntryReader::Result opened =
+            d->entryReader.open(d->readFd, d->directory, record, passwords);
+        if (opened != ZipEntryReader::Result::Ok) {
+            OutputErrorMessage(readFailure(opened, record.method));
             return false;
         }
-        return true;
+        if (d->entryReader.passwordIndex() >= 0) {
+            d->fittingPassword = passwords.at(d->entryReader.passwordIndex());
+        }
     }
 
-    if (d->readBuffer.size() < kReadBufferSize) {
-        d->readBuffer.resize(kReadBufferSize);
+    const int folderFd = d->output.setRoot(path) ? d->output.folder(*components) : -1;
+    if (folderFd < 0 && isFolder) {
+        OutputErrorMessage(QStringLiteral("Failed to create folder"));
+        return false;
     }
-    char* buffer = d->readBuffer.data();
-    int out = -1;
-    bool started = false;
-    bool skipped = false;
-    qint64 extracted = 0;
+    if (isFolder) {
+        // Folder entries carry no file; any data they hold are ignored.
+        return true;
+    }
+    if (!overWrite && folderFd >= 0 && ZipOutputFolder::exists(folderFd, leaf)
+        && !OverWrite(outputPath)) {
+        return true;
+    }
+    const int out = folderFd >= 0 ? ZipOutputFolder::createFile(folderFd, leaf) : -1;
+    if (out < 0) {
+        OutputErrorMessage(QStringLiteral("Failed to open output file for writing"));
+        return false;
+    }
+    d->_unzippedFiles.append(outputPath);
+
+    qint64 written = 0;
     bool endsInHole = false;
-    for (;;) {
-        const int n = unzReadCurrentFile(d->_unzFile, buffer, kReadBufferSize);
-        if (n < 0) {
-            OutputErrorMessage(QStringLiteral("Failed to read zip file"));
-            if (out >= 0) {
-                ::close(out);
-            }
-            unzCloseCurrentFile(d->_unzFile);
-            return false;
-        }
-        if (!started) {
-            started = true;
-            if (!overWrite && folderFd >= 0 && ZipOutputFolder::exists(folderFd, leaf)
-                && !OverWrite(outputPath)) {
-                skipped = true;
-                break;
-            }
-            out = folderFd >= 0 ? ZipOutputFolder::createFile(folderFd, leaf) : -1;
-            if (out < 0) {
-                OutputErrorMessage(QStringLiteral("Failed to open output file for writing"));
-                unzCloseCurrentFile(d->_unzFile);
+    bool writeFailed = false;
+    const ZipEntryReader::Result result =
+        d->entryReader.read([&](const char* data, qsizetype size) {
+            // Long runs of zeros become holes: a disk image or a sparse file
+            // takes no more room extracted than it did before it was stored.
+            endsInHole = size >= kHoleSize && isZero(data, size)
+                && ::lseek(out, size, SEEK_CUR) >= 0;
+            if (!endsInHole && !writeAll(out, data, size)) {
+                writeFailed = true;
                 return false;
             }
-        }
-        // Whole chunks of zeros become holes: a disk image or a sparse file
-        // takes no more room extracted than it did before it was stored.
-        const bool hole = n == int(kReadBufferSize) && isZero(buffer, n)
-            && ::lseek(out, n, SEEK_CUR) >= 0;
-        if (n > 0 && !hole && !writeAll(out, buffer, n)) {
-            OutputErrorMessage(QStringLiteral("Failed to write output file"));
-            ::close(out);
-            unzCloseCurrentFile(d->_unzFile);
-            return false;
-        }
-        extracted += n;
-        endsInHole = hole || (endsInHole && n == 0);
-        if (n == 0 && endsInHole && ::ftruncate(out, off_t(extracted)) != 0) {
-            OutputErrorMessage(QStringLiteral("Failed to write output file"));
-            ::close(out);
-            unzCloseCurrentFile(d->_unzFile);
-            return false;
-        }
-        if (n == 0) {
-            d->_unzippedFiles.append(outputPath);
-            if (info.dosDate != 0) {
-                struct timespec times[2];
-                times[0].tv_sec = 0;
-                times[0].tv_nsec = UTIME_OMIT;
-                times[1].tv_sec = dosDateToTime(info.dosDate);
-                times[1].tv_nsec = 0;
-                if (::futimens(out, times) != 0) {
-                    syslog(LOG_NOTICE, "Failed to set attributes");
-                }
-            }
-            ::close(out);
-            break;
+            written += size;
+            return true;
+        });
+    const bool complete = result == ZipEntryReader::Result::Ok
+        || result == ZipEntryReader::Result::CrcMismatch;
+    if (complete && endsInHole && ::ftruncate(out, off_t(written)) != 0) {
+        writeFailed = true;
+    }
+    if (complete && record.dosDate != 0) {
+        struct timespec times[2];
+        times[0].tv_sec = 0;
+        times[0].tv_nsec = UTIME_OMIT;
+        times[1].tv_sec = dosDateToTime(record.dosDate);
+        times[1].tv_nsec = 0;
+        if (::futimens(out, times) != 0) {
+            syslog(LOG_NOTICE, "Failed to set attributes");
         }
     }
-    const int closed = unzCloseCurrentFile(d->_unzFile);
-    if (!skipped && closed == UNZ_CRCERROR) {
-        OutputErrorMessage(QStringLiteral("file was unzipped but failed crc check"));
+    ::close(out);
+    if (writeFailed) {
+        OutputErrorMessage(QStringLiteral("Failed to write output file"));
+        return false;
+    }
+    if (result != ZipEntryReader::Result::Ok) {
+        OutputErrorMessage(readFailure(result, record.method));
         return false;
     }
     return true;
 }
 
+std::optional<quint32> ZipArchive::testArchive(const QString& path, const QString& password)
+{
+    ZipArchive reader;
+    if (!reader.UnzipOpenFile(path, password)) {
+        return std::nullopt;
+    }
+    Private& r = *reader.d;
+    const QList<QByteArray> passwords = r.passwordForms();
+    const auto discard = [](const char*, qsizetype) { return true; };
+    for (const ZipCentralRecord& record : r.directory.records()) {
+        if (r.entryReader.open(r.readFd, r.directory, record, passwords) != ZipEntryReader::Result::Ok
+            || r.entryReader.read(discard) != ZipEntryReader::Result::Ok) {
+            return std::nullopt;
+        }
+    }
+    std::vector<char> buffer(kWriteBufferSize);
+    const std::optional<uLong> crc = crcOfDescriptor(r.readFd, buffer.data());
+    return crc ? std::optional<quint32>(quint32(*crc)) : std::nullopt;
+}
+
 bool ZipArchive::UnzipCloseFile()
 {
     d->_password.clear();
-    d->resetIndex();
+    d->fittingPassword.clear();
     d->output.close();
-    d->openEmpty = false;
-    if (!d->_unzFile) {
-        return true;
+    d->directory.clear();
+    d->listed.clear();
+    d->firstOfKey.clear();
+    d->byListedName.clear();
+    d->listedValid = false;
+    if (d->readFd >= 0) {
+        ::close(d->readFd);
+        d->readFd = -1;
     }
-    const int closed = unzClose(d->_unzFile);
-    d->_unzFile = nullptr;
-    d->readDevice.reset();
-    return closed == UNZ_OK;
+    return true;
 }
 
 // --- properties ----------------------------------------------------------------
@@ -942,6 +952,7 @@ void ZipArchive::setCompression(int compression) { d->_compression = compression
 quint64 ZipArchive::stringEncoding() const { return d->_stringEncoding; }
 void ZipArchive::setStringEncoding(quint64 encoding) { d->_stringEncoding = encoding; }
 quint64 ZipArchive::numFiles() const { return d->_numFiles; }
+bool ZipArchive::nameStoredAsDash() const { return d->nameStoredAsDash; }
 QStringList ZipArchive::unzippedFiles() const { return d->_unzippedFiles; }
 
 void ZipArchive::OutputErrorMessage(const QString& message) const

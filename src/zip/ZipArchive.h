@@ -26,6 +26,11 @@ struct ZipItemAttributes {
 // Writing goes to a temporary file beside the archive; CloseZipFile2 renames it
 // into place, so an existing file at the location is only ever replaced by a
 // complete archive.
+//
+// Reading does not go through the container library: its walk trusts the end
+// record's entry count and it decodes only stored and deflated data, so the
+// central directory is walked here (ZipCentralDirectory) and entries are
+// decoded here too (ZipEntryReader).
 class ZipArchive
 {
 public:
@@ -55,8 +60,13 @@ public:
 
     // Adds one file or folder (links followed) under the entry name newname
     // (a folder gets "/" appended). level 0..9 is passed to deflate as is.
+    // With Shift-JIS names, characters code page 932 lacks (〜 − ¬ ‖ — ¢ £ ¦,
+    // after NFKC) are written as the forms Windows shows for them.
     bool addFileToZip(const QString& path, const QString& newname, int level,
                       const ProgressBlock& progressBlock);
+    // True when the last addFileToZip stored its entry under the name "-":
+    // the name has no form in the names encoding.
+    bool nameStoredAsDash() const;
 
     // CRC-32 of the file's contents; all bits set when it cannot be read.
     static unsigned long checkCRC(const QString& path);
@@ -68,23 +78,52 @@ public:
 
     // --- reading ---------------------------------------------------------
 
+    // Opens an archive for reading: finds its end record (anywhere in the
+    // last 65,535 + 22 bytes; one inside the comment whose directory does not
+    // parse is passed over) and walks the central directory by its size and
+    // offset. No when the file cannot be read or no directory parses. An
+    // archive without entries opens.
     bool UnzipOpenFile(const QString& path);
+    // The password is tried as its UTF-8 and its Shift-JIS bytes on each
+    // encrypted entry; the encryption header's check byte picks the form.
     bool UnzipOpenFile(const QString& path, const QString& password);
 
-    // True when an entry from the current one to the last is encrypted.
+    // The entry count the end record states. It differs from numFiles (the
+    // records walked) when a writer let the 16-bit count wrap, or the
+    // archive is damaged.
+    quint64 declaredNumFiles() const;
+
+    // True when any entry is encrypted.
     bool isCrypted();
 
-    // Entry names in central-directory order ("\" shown as "/", folders end
-    // in "/"). nullopt when a stored name does not decode in the encoding.
+    // Entry names in central-directory order, one per record ("\" shown as
+    // "/", folders end in "/"). A name is read as UTF-8 when it carries the
+    // UTF-8 flag or an Info-ZIP Unicode Path field that matches it, and when
+    // it is not valid in the encoding but is valid UTF-8. nullopt when a
+    // name decodes neither way.
     std::optional<QStringList> getZipFileContents64(quint64 encoding);
 
-    // Extracts the entry listed as inFilePath below the folder path. Never
-    // writes outside that folder: absolute names and ".." components are
-    // refused, and no existing symbolic link is followed.
+    // Extracts the entry at position index of the listing below the folder
+    // path; of entries whose stored names differ only in the case of ASCII
+    // letters, the first one. Never writes outside that folder: absolute
+    // names and ".." components are refused, and no existing symbolic link is
+    // followed. No (and a text to the delegate) for an entry whose method or
+    // encryption is not supported (methods 0, 8, 9, 12, 14 and traditional
+    // encryption are), whose data overlap another entry's, whose local header
+    // does not match its central record, whose password does not fit, or
+    // whose data are damaged; nothing is written for these but the last.
+    bool UnzipFileTo64(const QString& path, qsizetype index, bool overWrite, quint64 encoding);
+    // The same for the entry listed as inFilePath (the first one listed so).
     bool UnzipFileTo64(const QString& path, const QString& inFilePath, bool overWrite,
                        quint64 encoding);
 
     bool UnzipCloseFile();
+
+    // Reads back every entry of the archive at path (decrypted with the
+    // password when it has one) and checks its size and CRC. The CRC-32 of
+    // the whole archive file when every entry passes; nullopt when one does
+    // not or the archive cannot be read.
+    static std::optional<quint32> testArchive(const QString& path, const QString& password);
 
     // --- properties --------------------------------------------------------
 

@@ -6,6 +6,7 @@
 #include "archive/widgets/RKProgressWindow.h"
 #include "support/TestEnvironment.h"
 #include "support/jobs/ScriptedServices.h"
+#include "zip/ZipArchive.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -107,6 +108,7 @@ TEST_P(ArchiveJob, WritesTheArchivesWhereTheProfileSaysOrNothingWhenAPanelIsCanc
         EXPECT_EQ(result.title, c.archives[i].path.section('/', -1));
         EXPECT_TRUE(result.errors.items.isEmpty());
         EXPECT_TRUE(result.password.stringValue.isNull());
+        EXPECT_EQ(result.verify.crc, QString::asprintf("%lX", ZipArchive::checkCRC(path))) << "read back and verified";
         EXPECT_EQ(notes[i].subtitle, path);
         EXPECT_EQ(notes[i].informativeText, "圧縮が完了しました");
     }

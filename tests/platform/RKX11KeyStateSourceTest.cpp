@@ -1,11 +1,10 @@
 #include "platform/RKX11KeyStateSource.h"
 
+#include "support/PrivateXServer.h"
 #include "support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
 
-#include <QDeadlineTimer>
-#include <QProcess>
 #include <QSet>
 
 #include <memory>
@@ -28,33 +27,17 @@ struct RealKeyRow {
 class XvfbKeyTableTest : public ::testing::TestWithParam<RealKeyRow>
 {
 protected:
-    // -displayfd lets the server pick a free display and report it once it
-    // accepts connections, so no display number is guessed.
     static void SetUpTestSuite()
     {
-        s_server = std::make_unique<QProcess>();
-        if (TestEnvironment::hasProgram(QStringLiteral("xdotool"))) {
-            s_server->start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-screen", "0", "1024x768x24", "-noreset", "-nolisten", "tcp"});
+        s_server = std::make_unique<PrivateXServer>();
+        s_display = s_server->display();
+        s_skipReason = s_server->error();
+        if (!TestEnvironment::hasProgram(QStringLiteral("xdotool"))) {
+            s_skipReason = "xdotool is missing";
         }
-        QByteArray reported;
-        const QDeadlineTimer deadline(20000);
-        while (s_server->waitForStarted(10000) && !reported.contains('\n') && s_server->waitForReadyRead(int(deadline.remainingTime()))) {
-            reported += s_server->readAllStandardOutput();
-        }
-        bool ok = false;
-        s_display = ":" + QByteArray::number(reported.trimmed().toInt(&ok));
-        s_skipReason = ok ? "" : "Xvfb or xdotool cannot run: " + s_server->readAllStandardError().toStdString();
     }
 
-    static void TearDownTestSuite()
-    {
-        s_server->terminate();
-        if (!s_server->waitForFinished(10000)) {
-            s_server->kill();
-            s_server->waitForFinished(10000);
-        }
-        s_server.reset();
-    }
+    static void TearDownTestSuite() { s_server.reset(); }
 
     void SetUp() override
     {
@@ -73,9 +56,7 @@ protected:
 
     int xdotool(const QString& action)
     {
-        return TestEnvironment::run(QStringLiteral("env"), {"DISPLAY=" + QString::fromLatin1(s_display),
-                                                            "xdotool", action, QString::fromLatin1(GetParam().keysym)},
-                                    QString(), 30000).exitCode;
+        return s_server->runClient(QStringLiteral("xdotool"), {action, QString::fromLatin1(GetParam().keysym)});
     }
 
     static QSet<int> held(RKX11KeyStateSource& source)
@@ -91,7 +72,7 @@ protected:
 
     static inline QByteArray s_display;
     static inline std::string s_skipReason;
-    static inline std::unique_ptr<QProcess> s_server;
+    static inline std::unique_ptr<PrivateXServer> s_server;
 };
 
 // xdotool and the source talk to the server on different connections, so the

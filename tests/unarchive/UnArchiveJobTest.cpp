@@ -247,6 +247,23 @@ TEST_F(UnArchiveRunTest, SameSourceExtractsNextToEachArchiveThenQuitsWhenAsked)
     EXPECT_EQ(services.host.terminateCalls, 1);
 }
 
+TEST_F(UnArchiveRunTest, UnsupportedMethodsAreListedByNameAndNothingIsPlaced)
+{
+    makeTree(in("content"), {"deflate.txt", "lzma.txt", "ppmd.txt", "deflate64.txt"}, QByteArray("data ").repeated(999));
+    const QString archive = out("one/mixed.zip");
+    for (const char* method : {"Deflate", "LZMA", "PPMd", "Deflate64"}) {
+        runTool("7z", {"a", "-tzip", "-bd", QString("-m0=") + method, archive, QString(method).toLower() + ".txt"}, in("content"));
+    }
+    freezeInputs();
+
+    EXPECT_EQ(runJob(std::make_shared<RKUnArchiveMultiSameSource>(QStringList{archive}, profile(1), nullptr)), 1);
+
+    EXPECT_EQ(results(), QStringList{"mixed.zip | " + out("one") + " | 1"});
+    const RQError error = services.host.results.shown.value(0).value(0).errors.items.value(0);
+    EXPECT_EQ(error.localizedDescription() + " " + error.localizedRecoverySuggestion(), "書庫からのファイル取り出しに失敗しました。 ppmd.txt");
+    EXPECT_EQ(TestEnvironment::listTree(out()), (QStringList{"one/", "one/mixed.zip"})) << "nothing placed";
+}
+
 struct AskCase {
     const char* name;
     bool multi;

@@ -2,6 +2,7 @@
 #include "zip/ZipTestSupport.h"
 
 #include "support/TestEnvironment.h"
+#include "zip/ZipArchive.h"
 
 #include <QDir>
 #include <QFile>
@@ -42,6 +43,7 @@ struct RunCase {
     QStringList entries;      // "old": the file that was at the location is untouched
     QStringList notices = {}; // $ZIP, $1, $2 ...: the item paths; none: not checked
     QString password = {};
+    quint64 encoding = 4;
 };
 
 using ArchiverRun = ZipTable<RunCase>;
@@ -58,7 +60,7 @@ TEST_P(ArchiverRun, NoticesAndEntries)
     for (qsizetype i = contents.size(); i > 0; --i) {
         expected.replace(QString("$%1").arg(i), contents[i - 1]);
     }
-    const QStringList notices = archive(zip, contents, GetParam().password);
+    const QStringList notices = archive(zip, contents, GetParam().password, 4, GetParam().encoding);
     EXPECT_TRUE(expected.isEmpty() || notices.join('\n') == expected) << notices.join('\n').toStdString();
     EXPECT_EQ(TestEnvironment::readFile(zip) == "old" ? QStringList { "old" } : entryNames(zip),
               QStringList(GetParam().entries).replaceInStrings("$ROOT", root));
@@ -74,6 +76,8 @@ INSTANTIATE_TEST_SUITE_P(
         RunCase { "PasswordWithoutAsciiFormIsRefused", { "a", "b" }, { "old" },
                   { "started 2", "progress 1/2 $1", "error 2 $1", "progress 2/2 $2", "error 2 $2", "finished $ZIP" }, "パスワード" },
         RunCase { "FolderFirst", { "a/b/", "a/b/x/y.txt" }, { "b/", "b/x/y.txt" } },
+        RunCase { "NameWithoutShiftJisFormIsReported", { "a😀", "b" }, { "-", "b" },
+                  { "started 2", "progress 1/2 $1", "error 4 $1", "progress 2/2 $2", "finished $ZIP" }, {}, 8 },
         RunCase { "BaseRepeatedInside", { "a/1", "a/x$ROOT/a/y" }, { "1", "x$ROOT/a/y" } },
         RunCase { "ItemOutsideBaseKeepsWholePath", { "a/b/c", "d" }, { "c", "$ROOT/d" } }),
     CaseName());
@@ -96,6 +100,26 @@ TEST_F(ZipTest, RoundTripAcrossTheReadersBlocks)
     }
     EXPECT_EQ(extract(zip, path("dest")), expected << "finished " + zip);
     EXPECT_EQ(contentsOf(path("dest")), contentsOf(path("src")));
+}
+
+// The archive is read back after it is written: its file CRC, or code 5 when an entry fails.
+TEST_F(ZipTest, WrittenArchiveIsVerifiedAndItsCrcKept)
+{
+    const QString zip = path("out.zip");
+    Recorder recorder;
+    RQZipArchiver archiver;
+    archiver.setDelegate(&recorder);
+    archiver.archive(zip, { file("a.txt", QByteArray("abc").repeated(9000)), file("b.bin", randomBytes(5000, 3)) }, "pw", 6, 4);
+    ASSERT_TRUE(recorder.waitForEnd());
+    EXPECT_FALSE(recorder.lines().join('\n').contains("error"));
+    const auto python = TestEnvironment::run("python3", { "-c", "import sys, zlib; print('%X' % zlib.crc32(open(sys.argv[1], 'rb').read()))", zip });
+    EXPECT_EQ(archiver.verifyCrc(), QString::fromLatin1(python.out).trimmed());
+    EXPECT_TRUE(ZipArchive::testArchive(zip, "pw"));
+    EXPECT_FALSE(ZipArchive::testArchive(zip, "wrong"));
+    QByteArray bytes = TestEnvironment::readFile(zip);
+    bytes[bytes.indexOf("b.bin") + 5 + 12 + 100] ^= 1; // inside the data of b.bin
+    ASSERT_TRUE(TestEnvironment::writeFile(zip, bytes));
+    EXPECT_FALSE(ZipArchive::testArchive(zip, "pw"));
 }
 
 using FrontEndLifetime = ZipTest;

@@ -122,6 +122,12 @@ QString makeArchive(const QString& zip, const QJsonArray& entries)
     return zip;
 }
 
+QString makeRaw(const QString& zip, const QJsonObject& layout)
+{
+    EXPECT_EQ(peer({ "raw", zip, QJsonDocument(layout).toJson(QJsonDocument::Compact) }), 0);
+    return zip;
+}
+
 QJsonObject entry(const QString& name, const QString& data) { return { { "name", name }, { "data", data } }; }
 
 QStringList contentsOf(const QString& root)

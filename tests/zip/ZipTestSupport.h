@@ -88,6 +88,7 @@ int peer(const QStringList& arguments, QByteArray* out = nullptr);
 QList<QJsonObject> inspect(const QString& zip);
 QStringList entryNames(const QString& zip); // the "text" of every entry
 QString makeArchive(const QString& zip, const QJsonArray& entries); // see peer.py make
+QString makeRaw(const QString& zip, const QJsonObject& layout); // see peer.py raw
 QJsonObject entry(const QString& name, const QString& data = {});
 QStringList contentsOf(const QString& root); // listTree, files as "name=<contents as Latin-1>"
 bool setModified(const QString& path, const QDateTime& when); // links not followed

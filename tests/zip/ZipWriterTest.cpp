@@ -93,6 +93,7 @@ struct NameCase {
     quint64 encoding;
     QString fileName;
     const char* storedHex;
+    QString cp932 = {}; // the name as Python's cp932 codec reads it; empty: not checked
 };
 
 using StoredName = ZipTable<NameCase>;
@@ -103,6 +104,7 @@ TEST_P(StoredName, RawBytes)
     const QList<QJsonObject> entries = inspect(path("out.zip"));
     ASSERT_EQ(entries.size(), 1);
     EXPECT_EQ(entries[0]["name"].toString(), GetParam().storedHex);
+    EXPECT_TRUE(GetParam().cp932.isEmpty() || entries[0]["cp932"].toString() == GetParam().cp932);
     EXPECT_EQ(entries[0]["flag"].toInt() & 0x800, 0);
 }
 
@@ -112,6 +114,8 @@ INSTANTIATE_TEST_SUITE_P(
                       NameCase { "ShiftJisHalfwidthKanaComposed", 8, "ｶﾞ", "834b" },
                       NameCase { "ShiftJisCompatibilityFormsNormalised", 8, "～∥①", "7e816131" },
                       NameCase { "ShiftJisWithoutFormIsDash", 8, "한.txt", "2d" },
+                      // What input methods type and NFKC makes (of ￢ ￠ ￡ ￤) takes the forms Windows shows.
+                      NameCase { "ShiftJisWindowsForms", 8, "〜−￢‖—¢£¦", "8160817c81ca8161815c81918192fa55", "～－￢∥―￠￡￤" },
                       NameCase { "Utf8KeepsHalfwidthKana", 4, "ｶﾞ", "efbdb6efbe9e" }), CaseName());
 
 // --- times: local fields, two-second resolution, clamped into 1980..2107; links followed

@@ -2,18 +2,22 @@
 """Python's zipfile as a peer of the zip tests: inspect ZIP (raw header fields, a JSON object per
 entry), test ZIP [PASSWORD] (exit 0 when testzip() finds every entry intact), make ZIP ENTRIES_JSON
 (entries from [{"name" | "name_hex", "data", "method", "date_time", "external"}], names stored as
-given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 form)."""
+given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 form), wrapped ZIP COUNT
+(COUNT empty files; no ZIP64 end record, so the 16-bit count wraps), raw ZIP LAYOUT_JSON (built byte by byte:
+see raw())."""
 import json
 import os
+import struct
 import sys
 import zipfile
+import zlib
 
 
 def inspect(path):
     with zipfile.ZipFile(path) as archive:
         for info in archive.infolist():
             raw = info.orig_filename.encode("utf-8" if info.flag_bits & 0x800 else "cp437")
-            print(json.dumps({"name": raw.hex(), "flag": info.flag_bits, "method": info.compress_type, "crc": info.CRC,
+            print(json.dumps({"name": raw.hex(), "cp932": raw.decode("cp932", "replace"), "flag": info.flag_bits, "method": info.compress_type, "crc": info.CRC,
                               "size": info.file_size, "date_time": "%04d-%02d-%02d %02d:%02d:%02d" % info.date_time}))
 
 
@@ -62,8 +66,89 @@ def zip64_tree(path, folder):
                     stream.write(source.read())
 
 
+def wrapped(path, total):
+    total = int(total)
+    with zipfile.ZipFile(path, "w") as archive:
+        for i in range(total):
+            archive.writestr("d%02d/f%05d" % (i % 70, i), b"")
+    data = open(path, "rb").read()
+    end = data.rindex(b"PK\x05\x06")
+    wide = data.rindex(b"PK\x06\x06", 0, end)
+    record = bytearray(data[end:])
+    struct.pack_into("<HH", record, 8, total & 0xFFFF, total & 0xFFFF)
+    open(path, "wb").write(data[:wide] + bytes(record))
+
+
+CRC_TABLE = [0] * 256
+for n in range(256):
+    c = n
+    for _ in range(8):
+        c = (c >> 1) ^ 0xEDB88320 if c & 1 else c >> 1
+    CRC_TABLE[n] = c
+
+
+def zipcrypto(password, data, check):
+    keys = [0x12345678, 0x23456789, 0x34567890]
+
+    def update(byte):
+        keys[0] = CRC_TABLE[(keys[0] ^ byte) & 0xFF] ^ (keys[0] >> 8)
+        keys[1] = ((keys[1] + (keys[0] & 0xFF)) * 134775813 + 1) & 0xFFFFFFFF
+        keys[2] = CRC_TABLE[(keys[2] ^ (keys[1] >> 24)) & 0xFF] ^ (keys[2] >> 8)
+
+    for byte in password:
+        update(byte)
+    out = bytearray()
+    for plain in bytes(range(7, 18)) + bytes([check]) + data:
+        t = (keys[2] | 2) & 0xFFFF
+        out.append(plain ^ ((t * (t ^ 1)) >> 8) & 0xFF)
+        update(plain)
+    return bytes(out)
+
+
+def raw(path, layout_json):
+    """entries: [{"name" | "name_hex", "data", "method" (0 or 8), "flag", "password_hex" (traditional encryption),
+    "unicode_path" (a 0x7075 field; "unicode_stale": its CRC is of another name), "local_name" (the local header
+    names something else), "same_local_as" (index: no data of its own, the central record points at that entry's
+    local header), "grow" (bytes added to the central compressed size)}]; "comment_size" (a comment of that many
+    bytes); "fake_end" (the comment holds an end record whose directory does not parse)."""
+    layout = json.loads(layout_json)
+    body, central, placed = bytearray(), bytearray(), []
+    for entry in layout["entries"]:
+        name = bytes.fromhex(entry["name_hex"]) if "name_hex" in entry else entry["name"].encode("utf-8")
+        data = entry.get("data", "").encode("utf-8")
+        method, flag = entry.get("method", 8), entry.get("flag", 0)
+        crc = zlib.crc32(data)
+        stored = data if method == 0 else zlib.compress(data, 6, -15) if method == 8 else data
+        if "password_hex" in entry:
+            flag |= 1
+            stored = zipcrypto(bytes.fromhex(entry["password_hex"]), stored, crc >> 24)
+        extra = b""
+        if "unicode_path" in entry:
+            of = b"another name" if entry.get("unicode_stale") else name
+            field = b"\x01" + struct.pack("<I", zlib.crc32(of)) + entry["unicode_path"].encode("utf-8")
+            extra = struct.pack("<HH", 0x7075, len(field)) + field
+        if "same_local_as" in entry:
+            offset, stored_size = placed[entry["same_local_as"]]
+        else:
+            offset, stored_size = len(body), len(stored)
+            local = entry.get("local_name", "").encode("utf-8") or name
+            body += struct.pack("<IHHHHHIIIHH", 0x04034B50, 20, flag, method, 0x4A4F, 0x50B1, crc, len(stored),
+                                len(data), len(local), 0) + local + stored
+        placed.append((offset, stored_size))
+        central += struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, 20, 20, flag, method, 0x4A4F, 0x50B1, crc,
+                               stored_size + entry.get("grow", 0), len(data), len(name), len(extra), 0, 0, 0, 0,
+                               offset) + name + extra
+    comment = b"c" * layout.get("comment_size", 0)
+    if layout.get("fake_end"):
+        comment = b"xx" + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, 1, 1, 46, 0, 3) + b"end"
+    count = len(layout["entries"])
+    end = struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, count, count, len(central), len(body), len(comment))
+    open(path, "wb").write(bytes(body + central) + end + comment)
+
+
 if __name__ == "__main__":
     command, arguments = sys.argv[1], sys.argv[2:]
     if command == "test":
         sys.exit(test(arguments[0], arguments[1] if len(arguments) > 1 else None))
-    {"inspect": inspect, "make": make, "zip64-tree": zip64_tree}[command](*arguments)
+    {"inspect": inspect, "make": make, "zip64-tree": zip64_tree, "wrapped": wrapped,
+     "raw": raw}[command](*arguments)

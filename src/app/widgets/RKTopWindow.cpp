@@ -4,6 +4,7 @@
 #include "app/widgets/RKLogoImageView.h"
 #include "app/widgets/RKTopView.h"
 #include "platform/RKAppInfo.h"
+#include "ui/SRValidator.h"
 
 #include <QAction>
 #include <QGuiApplication>
@@ -49,4 +50,7 @@ void RKTopWindow::buildMenu(RKAppDelegate* appDelegate)
     help->setObjectName(QStringLiteral("doHelp"));
     help->setShortcut(QKeySequence::HelpContents);
     connect(help, &QAction::triggered, appDelegate, &RKAppDelegate::doHelp);
+
+    // Shortcut recorders refuse the combinations of this menu.
+    SRValidator::setMainMenu(menuBar());
 }

@@ -84,6 +84,12 @@ QString RKProgressWindow::usedPassword() const
     return m_usedPassword.isEmpty() ? QString() : m_usedPassword;
 }
 
+QString RKProgressWindow::verifyCrc() const
+{
+    const std::lock_guard<std::mutex> lock(m_lock);
+    return m_verifyCrc;
+}
+
 QList<RQError> RKProgressWindow::errors() const
 {
     const std::lock_guard<std::mutex> lock(m_lock);
@@ -112,6 +118,7 @@ void RKProgressWindow::doArchive(const QStringList& paths, const RKProfileSettin
         prgValue = 0;
         prgFileName.clear();
         m_errors.clear();
+        m_verifyCrc.clear();
     }
     m_progressPacer.stop();
     m_progressQueued = false;
@@ -199,6 +206,10 @@ void RKProgressWindow::archiverArchiveFinished(RQZipArchiver* archiver,
                                                const QString& archiveFilePath)
 {
     const bool hasErrors = archiver ? !archiver->errors().isEmpty() : !errors().isEmpty();
+    if (archiver) {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        m_verifyCrc = archiver->verifyCrc();
+    }
     // Posted before the close is handed over, so the notification is out
     // by the time the job reads the runner's results.
     if (RKNotifier* notifier = RKNotifier::current()) {

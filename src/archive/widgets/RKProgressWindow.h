@@ -47,6 +47,7 @@ public:
     // Null when the archive was written without a password.
     QString usedPassword() const override;
     QList<RQError> errors() const override;
+    QString verifyCrc() const override;
 
     // Starts one archive: a new writer, status "準備中", the password of this
     // archive (the manual password window may appear over the runner), then
@@ -106,6 +107,7 @@ private:
     int prgValue = 0;
     QString prgFileName;
     QList<RQError> m_errors;
+    QString m_verifyCrc;
 
     std::atomic<quint64> m_generation{0};
     // Set while an update of the display is on its way (queued or paced);

@@ -1,0 +1,243 @@
+#include "zip/ZipCentralDirectory.h"
+
+#include "zip/ZipFileIo.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <numeric>
+
+using ZipFileIo::u16;
+using ZipFileIo::u32;
+using ZipFileIo::u64;
+
+namespace {
+
+constexpr qint64 kEndRecordSize = 22;
+constexpr qint64 kMaxComment = 0xFFFF;
+constexpr qint64 kZip64LocatorSize = 20;
+constexpr qint64 kZip64EndRecordSize = 56;
+constexpr qint64 kCentralHeaderSize = 46;
+constexpr qint64 kLocalHeaderSize = 30;
+
+bool hasSignature(const char* p, char third, char fourth)
+{
+    return p[0] == 'P' && p[1] == 'K' && p[2] == third && p[3] == fourth;
+}
+
+// Fills the fields a ZIP64 extra field (0x0001) carries for this record: each
+// present only when its 32-bit field is all ones, in this order. A field
+// without its wide form keeps its value of all ones, and the entry then fails
+// on its own when it is read; a malformed extra field spoils no other entry.
+void applyZip64(ZipCentralRecord& record, const char* extra, quint16 length)
+{
+    for (int at = 0; at + 4 <= length;) {
+        const int size = u16(extra + at + 2);
+        if (at + 4 + size > length) {
+            return;
+        }
+        if (u16(extra + at) == 0x0001) {
+            const char* field = extra + at + 4;
+            const char* end = field + size;
+            for (quint64* value : { &record.uncompressedSize, &record.compressedSize,
+                                    &record.localHeaderOffset }) {
+                if (*value == 0xFFFFFFFFu && field + 8 <= end) {
+                    *value = u64(field);
+                    field += 8;
+                }
+            }
+            return;
+        }
+        at += 4 + size;
+    }
+}
+
+} // namespace
+
+void ZipCentralDirectory::clear()
+{
+    m_bytes.clear();
+    m_records.clear();
+    m_declaredCount = 0;
+}
+
+QByteArrayView ZipCentralDirectory::name(const ZipCentralRecord& record) const
+{
+    return QByteArrayView(m_bytes.constData() + record.nameOffset, record.nameLength);
+}
+
+std::optional<QByteArray> ZipCentralDirectory::unicodePath(const ZipCentralRecord& record) const
+{
+    const char* extra = m_bytes.constData() + record.extraOffset;
+    for (int at = 0; at + 4 <= record.extraLength;) {
+        const quint16 id = u16(extra + at);
+        const int size = u16(extra + at + 2);
+        if (at + 4 + size > record.extraLength) {
+            return std::nullopt;
+        }
+        if (id == 0x7075 && size >= 5 && extra[at + 4] == 1) {
+            const QByteArrayView stored = name(record);
+            const uLong crc = crc32(0L, reinterpret_cast<const Bytef*>(stored.data()),
+                                    uInt(stored.size()));
+            if (u32(extra + at + 5) != quint32(crc)) {
+                return std::nullopt; // written for a name that was changed since
+            }
+            return QByteArray(extra + at + 9, size - 5);
+        }
+        at += 4 + size;
+    }
+    return std::nullopt;
+}
+
+bool ZipCentralDirectory::read(int fd, qint64 fileSize)
+{
+    clear();
+    const qint64 tailSize = qMin(fileSize, kEndRecordSize + kMaxComment);
+    if (tailSize < kEndRecordSize) {
+        return false;
+    }
+    const qint64 tailStart = fileSize - tailSize;
+    QByteArray tail(tailSize, Qt::Uninitialized);
+    if (ZipFileIo::preadFully(fd, tail.data(), tailSize, tailStart) != tailSize) {
+        return false;
+    }
+
+    // Candidates from the end backwards. One whose comment reaches exactly to
+    // the end of the file beats one followed by stray bytes, and a directory
+    // with entries beats an empty one (an empty directory "parses" wherever a
+    // fake record points).
+    int bestRank = -1;
+    ZipCentralDirectory best;
+    for (qint64 at = tailSize - kEndRecordSize; at >= 0; --at) {
+        const char* record = tail.constData() + at;
+        if (!hasSignature(record, 5, 6)) {
+            continue;
+        }
+        const qint64 position = tailStart + at;
+        quint64 count = u16(record + 10);
+        quint64 size = u32(record + 12);
+        quint64 offset = u32(record + 16);
+        const bool exact = position + kEndRecordSize + u16(record + 20) == fileSize;
+        qint64 directoryEnd = position;
+
+        // A ZIP64 locator right before the end record points at the wide one.
+        if (position >= kZip64LocatorSize + kZip64EndRecordSize) {
+            char locator[kZip64LocatorSize];
+            if (ZipFileIo::preadFully(fd, locator, kZip64LocatorSize, position - kZip64LocatorSize)
+                    == kZip64LocatorSize
+                && hasSignature(locator, 6, 7)) {
+                // Where the locator says, or right before it (data before the
+                // archive shifts every offset).
+                char wide[kZip64EndRecordSize];
+                const qint64 stated = qint64(qMin<quint64>(u64(locator + 8), quint64(fileSize)));
+                const qint64 adjacent = position - kZip64LocatorSize - kZip64EndRecordSize;
+                for (const qint64 place : { stated, adjacent }) {
+                    if (ZipFileIo::preadFully(fd, wide, kZip64EndRecordSize, place)
+                            == kZip64EndRecordSize
+                        && hasSignature(wide, 6, 6)) {
+                        count = u64(wide + 32);
+                        size = u64(wide + 40);
+                        offset = u64(wide + 48);
+                        directoryEnd = place;
+                        break;
+                    }
+                }
+            }
+        }
+        if (size > quint64(directoryEnd)) {
+            continue;
+        }
+        const qint64 directoryStart = directoryEnd - qint64(size);
+        const qint64 prefix = directoryStart - qint64(qMin<quint64>(offset, quint64(fileSize)));
+        ZipCentralDirectory candidate;
+        if (prefix < 0 || !candidate.walk(fd, directoryStart, directoryEnd, prefix)) {
+            continue;
+        }
+        candidate.m_declaredCount = count;
+        const int rank = (candidate.m_records.empty() ? 0 : 2) + (exact ? 1 : 0);
+        if (rank > bestRank) {
+            bestRank = rank;
+            best = std::move(candidate);
+            if (rank == 3) {
+                break;
+            }
+        }
+    }
+    if (bestRank < 0) {
+        return false;
+    }
+    *this = std::move(best);
+    return true;
+}
+
+bool ZipCentralDirectory::walk(int fd, qint64 start, qint64 end, qint64 prefix)
+{
+    m_bytes = QByteArray(end - start, Qt::Uninitialized);
+    if (ZipFileIo::preadFully(fd, m_bytes.data(), end - start, start) != end - start) {
+        return false;
+    }
+    const char* bytes = m_bytes.constData();
+    const qsizetype size = m_bytes.size();
+    for (qsizetype at = 0; at < size;) {
+        if (size - at < kCentralHeaderSize || !hasSignature(bytes + at, 1, 2)) {
+            return false;
+        }
+        const char* header = bytes + at;
+        ZipCentralRecord record;
+        record.flag = u16(header + 8);
+        record.method = u16(header + 10);
+        record.dosDate = u32(header + 12);
+        record.crc = u32(header + 16);
+        record.compressedSize = u32(header + 20);
+        record.uncompressedSize = u32(header + 24);
+        record.nameLength = u16(header + 28);
+        record.extraLength = u16(header + 30);
+        const quint16 commentLength = u16(header + 32);
+        record.localHeaderOffset = u32(header + 42);
+        record.nameOffset = at + kCentralHeaderSize;
+        record.extraOffset = record.nameOffset + record.nameLength;
+        const qsizetype next = record.extraOffset + record.extraLength + commentLength;
+        if (next > size) {
+            return false;
+        }
+        applyZip64(record, bytes + record.extraOffset, record.extraLength);
+        record.localHeaderOffset += quint64(prefix);
+        m_records.push_back(record);
+        at = next;
+    }
+    markOverlaps(start);
+    return true;
+}
+
+void ZipCentralDirectory::markOverlaps(qint64 directoryStart)
+{
+    // In file order, each entry's header, name and data must end before the
+    // next entry's local header begins (the last one: before the directory).
+    // Writers store entries in directory order, so sorting is rarely needed.
+    const qsizetype count = qsizetype(m_records.size());
+    std::vector<qsizetype> order(static_cast<size_t>(count));
+    std::iota(order.begin(), order.end(), 0);
+    const auto before = [this](qsizetype a, qsizetype b) {
+        return m_records[size_t(a)].localHeaderOffset < m_records[size_t(b)].localHeaderOffset;
+    };
+    if (!std::is_sorted(order.begin(), order.end(), before)) {
+        std::stable_sort(order.begin(), order.end(), before);
+    }
+    for (qsizetype i = 0; i < count; ++i) {
+        ZipCentralRecord& record = m_records[size_t(order[size_t(i)])];
+        ZipCentralRecord* next = i + 1 < count ? &m_records[size_t(order[size_t(i + 1)])] : nullptr;
+        record.dataLimit = next ? next->localHeaderOffset : quint64(directoryStart);
+        // The local name has the central name's length when the two agree,
+        // which is checked when the entry is read; its extra field may differ.
+        const quint64 header = quint64(kLocalHeaderSize) + record.nameLength;
+        const quint64 room = record.dataLimit >= record.localHeaderOffset
+            ? record.dataLimit - record.localHeaderOffset
+            : 0;
+        if (room < header || room - header < record.compressedSize) {
+            record.overlaps = true;
+            if (next) {
+                next->overlaps = true;
+            }
+        }
+    }
+}

@@ -1,0 +1,409 @@
+#include "zip/ZipEntryReader.h"
+
+#include "zip/ZipFileIo.h"
+#include "zip/ZipInflate64.h"
+
+#include <bzlib.h>
+#include <lzma.h>
+#include <zlib.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+using ZipFileIo::u16;
+using ZipFileIo::u32;
+
+namespace {
+
+constexpr qint64 kLocalHeaderSize = 30;
+constexpr qint64 kEncryptionHeaderSize = 12;
+constexpr qint64 kInputSize = 64 * 1024;
+constexpr qint64 kOutputSize = 64 * 1024;
+
+// The keys of traditional PKWARE encryption.
+class TraditionalKeys
+{
+public:
+    explicit TraditionalKeys(const QByteArray& password)
+    {
+        for (const char c : password) {
+            update(quint8(c));
+        }
+    }
+    void decrypt(char* data, qint64 size)
+    {
+        for (qint64 i = 0; i < size; ++i) {
+            const quint32 t = (m_keys[2] | 2u) & 0xFFFFu;
+            const quint8 plain = quint8(data[i]) ^ quint8((t * (t ^ 1u)) >> 8);
+            data[i] = char(plain);
+            update(plain);
+        }
+    }
+
+private:
+    static quint32 crc(quint32 value, quint8 byte)
+    {
+        static const z_crc_t* table = get_crc_table();
+        return table[(value ^ byte) & 0xFFu] ^ (value >> 8);
+    }
+    void update(quint8 byte)
+    {
+        m_keys[0] = crc(m_keys[0], byte);
+        m_keys[1] = (m_keys[1] + (m_keys[0] & 0xFFu)) * 134775813u + 1u;
+        m_keys[2] = crc(m_keys[2], quint8(m_keys[1] >> 24));
+    }
+
+    quint32 m_keys[3] = { 0x12345678u, 0x23456789u, 0x34567890u };
+};
+
+} // namespace
+
+struct ZipEntryReader::Private {
+    int fd = -1;
+    ZipCentralRecord record;
+    qint64 position = 0;  // next compressed byte to read
+    quint64 remaining = 0; // compressed bytes left
+    std::optional<TraditionalKeys> keys;
+    std::vector<char> input = std::vector<char>(size_t(kInputSize));
+    std::vector<char> output = std::vector<char>(size_t(kOutputSize));
+    z_stream inflater {};
+    bool inflaterReady = false;
+    std::unique_ptr<ZipInflate64> inflate64;
+
+    // The next piece of (decrypted) compressed data in input: its size, 0 at
+    // the end of the entry's data, -1 when the file could not be read.
+    qint64 fill();
+    // Runs a decoder over the entry's data, starting with the piece at next:
+    // each call of decode takes input from (next, available), writes output
+    // and says whether the stream goes on, ended or failed.
+    enum class Step { More, End, Failed };
+    template <typename Decode>
+    Result pump(const Sink& sink, const char* next, qint64 available, Decode decode);
+    Result stored(const Sink& sink);
+    Result deflated(const Sink& sink);
+    Result deflated64(const Sink& sink);
+    Result bzip2(const Sink& sink);
+    Result lzma(const Sink& sink);
+};
+
+qint64 ZipEntryReader::Private::fill()
+{
+    const qint64 wanted = qint64(qMin<quint64>(remaining, quint64(kInputSize)));
+    if (wanted == 0) {
+        return 0;
+    }
+    if (ZipFileIo::preadFully(fd, input.data(), wanted, position) != wanted) {
+        return -1;
+    }
+    if (keys) {
+        keys->decrypt(input.data(), wanted);
+    }
+    position += wanted;
+    remaining -= quint64(wanted);
+    return wanted;
+}
+
+ZipEntryReader::Result ZipEntryReader::Private::stored(const Sink& sink)
+{
+    for (;;) {
+        const qint64 n = fill();
+        if (n <= 0) {
+            return n < 0 ? Result::ReadFailed : Result::Ok;
+        }
+        if (!sink(input.data(), n)) {
+            return Result::SinkFailed;
+        }
+    }
+}
+
+template <typename Decode>
+ZipEntryReader::Result ZipEntryReader::Private::pump(const Sink& sink, const char* next,
+                                                     qint64 available, Decode decode)
+{
+    for (;;) {
+        if (available == 0) {
+            available = fill();
+            if (available < 0) {
+                return Result::ReadFailed;
+            }
+            next = input.data();
+        }
+        const bool ended = available == 0;
+        qsizetype produced = 0;
+        const Step step = decode(&next, &available, &produced);
+        if (produced > 0 && !sink(output.data(), produced)) {
+            return Result::SinkFailed;
+        }
+        if (step == Step::End) {
+            return Result::Ok;
+        }
+        // Input that ends while the stream has not is damaged as well.
+        if (step == Step::Failed || (ended && produced == 0)) {
+            return Result::Damaged;
+        }
+    }
+}
+
+ZipEntryReader::Result ZipEntryReader::Private::deflated(const Sink& sink)
+{
+    if (!inflaterReady) {
+        if (inflateInit2(&inflater, -MAX_WBITS) != Z_OK) {
+            return Result::Damaged;
+        }
+        inflaterReady = true;
+    } else if (inflateReset(&inflater) != Z_OK) {
+        return Result::Damaged;
+    }
+    return pump(sink, nullptr, 0, [this](const char** next, qint64* available, qsizetype* produced) {
+        inflater.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(*next));
+        inflater.avail_in = uInt(*available);
+        inflater.next_out = reinterpret_cast<Bytef*>(output.data());
+        inflater.avail_out = uInt(kOutputSize);
+        const int status = inflate(&inflater, Z_NO_FLUSH);
+        *next = reinterpret_cast<const char*>(inflater.next_in);
+        *available = inflater.avail_in;
+        *produced = kOutputSize - qsizetype(inflater.avail_out);
+        return status == Z_STREAM_END                   ? Step::End
+            : status == Z_OK || status == Z_BUF_ERROR ? Step::More
+                                                       : Step::Failed;
+    });
+}
+
+ZipEntryReader::Result ZipEntryReader::Private::deflated64(const Sink& sink)
+{
+    if (!inflate64) {
+        inflate64 = std::make_unique<ZipInflate64>();
+    }
+    bool readFailed = false;
+    const auto refill = [&](const unsigned char** data) {
+        const qint64 n = fill();
+        readFailed = n < 0;
+        *data = reinterpret_cast<const unsigned char*>(input.data());
+        return n;
+    };
+    switch (inflate64->run(refill, sink)) {
+    case ZipInflate64::Result::Ok:
+        return Result::Ok;
+    case ZipInflate64::Result::SinkFailed:
+        return Result::SinkFailed;
+    case ZipInflate64::Result::InputFailed:
+        return Result::ReadFailed;
+    case ZipInflate64::Result::Damaged:
+        break;
+    }
+    return readFailed ? Result::ReadFailed : Result::Damaged;
+}
+
+ZipEntryReader::Result ZipEntryReader::Private::bzip2(const Sink& sink)
+{
+    bz_stream stream {};
+    if (BZ2_bzDecompressInit(&stream, 0, 0) != BZ_OK) {
+        return Result::Damaged;
+    }
+    const Result result =
+        pump(sink, nullptr, 0, [&](const char** next, qint64* available, qsizetype* produced) {
+            stream.next_in = const_cast<char*>(*next);
+            stream.avail_in = unsigned(*available);
+            stream.next_out = output.data();
+            stream.avail_out = unsigned(kOutputSize);
+            const int status = BZ2_bzDecompress(&stream);
+            *next = stream.next_in;
+            *available = stream.avail_in;
+            *produced = kOutputSize - qsizetype(stream.avail_out);
+            return status == BZ_STREAM_END ? Step::End : status == BZ_OK ? Step::More : Step::Failed;
+        });
+    BZ2_bzDecompressEnd(&stream);
+    return result;
+}
+
+ZipEntryReader::Result ZipEntryReader::Private::lzma(const Sink& sink)
+{
+    // ZIP's LZMA data begin with the coder's version (2 bytes), the size of
+    // its properties (2 bytes, 5) and the properties; then a raw LZMA stream,
+    // with or without an end marker (flag bit 1), so decoding stops at the
+    // stated size.
+    const qint64 n = fill();
+    if (n < 0) {
+        return Result::ReadFailed;
+    }
+    if (n < 9 || u16(input.data() + 2) != 5) {
+        return Result::Damaged;
+    }
+    lzma_filter filters[2] = { { LZMA_FILTER_LZMA1, nullptr }, { LZMA_VLI_UNKNOWN, nullptr } };
+    if (lzma_properties_decode(&filters[0], nullptr,
+                               reinterpret_cast<const uint8_t*>(input.data() + 4), 5)
+        != LZMA_OK) {
+        return Result::Damaged;
+    }
+    lzma_stream stream = LZMA_STREAM_INIT;
+    const lzma_ret ready = lzma_raw_decoder(&stream, filters);
+    std::free(filters[0].options);
+    if (ready != LZMA_OK) {
+        return Result::Damaged;
+    }
+    quint64 left = record.uncompressedSize;
+    const Result result = pump(
+        sink, input.data() + 9, n - 9,
+        [&](const char** next, qint64* available, qsizetype* produced) {
+            if (left == 0) {
+                return Step::End;
+            }
+            stream.next_in = reinterpret_cast<const uint8_t*>(*next);
+            stream.avail_in = size_t(*available);
+            stream.next_out = reinterpret_cast<uint8_t*>(output.data());
+            stream.avail_out = size_t(qMin<quint64>(left, quint64(kOutputSize)));
+            const lzma_ret status = lzma_code(&stream, LZMA_RUN);
+            *next = reinterpret_cast<const char*>(stream.next_in);
+            *available = qint64(stream.avail_in);
+            *produced = qsizetype(reinterpret_cast<char*>(stream.next_out) - output.data());
+            left -= quint64(*produced);
+            return status == LZMA_STREAM_END || left == 0 ? Step::End
+                : status == LZMA_OK                        ? Step::More
+                                                           : Step::Failed;
+        });
+    lzma_end(&stream);
+    return result;
+}
+
+ZipEntryReader::ZipEntryReader()
+    : d(std::make_unique<Private>())
+{
+}
+
+ZipEntryReader::~ZipEntryReader()
+{
+    if (d->inflaterReady) {
+        inflateEnd(&d->inflater);
+    }
+}
+
+ZipEntryReader::Result ZipEntryReader::open(int fd, const ZipCentralDirectory& directory,
+                                            const ZipCentralRecord& record,
+                                            const QList<QByteArray>& passwords)
+{
+    m_passwordIndex = -1;
+    d->fd = fd;
+    d->record = record;
+    d->keys.reset();
+    const bool encrypted = record.flag & 0x0001;
+    if (encrypted && ((record.flag & 0x0040) || record.method == 99)) {
+        return Result::UnsupportedEncryption;
+    }
+    switch (record.method) {
+    case 0:
+    case 8:
+    case 9:
+    case 12:
+    case 14:
+        break;
+    default:
+        return Result::UnsupportedMethod;
+    }
+    if (record.overlaps) {
+        return Result::Overlaps;
+    }
+
+    // Header and name in one read: with many small entries every system
+    // call counts.
+    const QByteArrayView name = directory.name(record);
+    const qint64 offset = qint64(record.localHeaderOffset);
+    const qint64 headerSize = kLocalHeaderSize + name.size();
+    if (qint64(d->input.size()) < headerSize) {
+        d->input.resize(size_t(headerSize));
+    }
+    char* header = d->input.data();
+    if (ZipFileIo::preadFully(fd, header, headerSize, offset) != headerSize
+        || std::memcmp(header, "PK\x03\x04", 4) != 0 || u16(header + 26) != name.size()
+        || u16(header + 8) != record.method
+        || QByteArrayView(header + kLocalHeaderSize, name.size()) != name) {
+        return Result::BadLocalHeader;
+    }
+    const quint16 localTime = u16(header + 10);
+    d->position = offset + headerSize + u16(header + 28);
+    d->remaining = record.compressedSize;
+    if (quint64(d->position) > record.dataLimit
+        || record.dataLimit - quint64(d->position) < record.compressedSize) {
+        return Result::Overlaps;
+    }
+
+    if (encrypted) {
+        if (d->remaining < quint64(kEncryptionHeaderSize)) {
+            return Result::Damaged;
+        }
+        char stored[kEncryptionHeaderSize];
+        if (ZipFileIo::preadFully(fd, stored, kEncryptionHeaderSize, d->position)
+            != kEncryptionHeaderSize) {
+            return Result::ReadFailed;
+        }
+        // The last header byte is the CRC's high byte, or with a data
+        // descriptor the high byte of the time (the CRC was not known yet).
+        const quint8 check = (record.flag & 0x0008) ? quint8(localTime >> 8)
+                                                    : quint8(record.crc >> 24);
+        for (qsizetype i = 0; i < passwords.size() && m_passwordIndex < 0; ++i) {
+            TraditionalKeys keys(passwords.at(i));
+            char decrypted[kEncryptionHeaderSize];
+            std::memcpy(decrypted, stored, sizeof decrypted);
+            keys.decrypt(decrypted, kEncryptionHeaderSize);
+            if (quint8(decrypted[kEncryptionHeaderSize - 1]) == check) {
+                m_passwordIndex = int(i);
+                d->keys = keys;
+            }
+        }
+        if (m_passwordIndex < 0) {
+            return Result::WrongPassword;
+        }
+        d->position += kEncryptionHeaderSize;
+        d->remaining -= quint64(kEncryptionHeaderSize);
+    }
+    return Result::Ok;
+}
+
+ZipEntryReader::Result ZipEntryReader::read(const Sink& sink)
+{
+    quint64 produced = 0;
+    uLong crc = crc32(0L, Z_NULL, 0);
+    bool tooLong = false;
+    const quint64 expected = d->record.uncompressedSize;
+    // Data beyond the stated size are never written: a lying entry cannot
+    // fill the disk.
+    const Sink counted = [&](const char* data, qsizetype size) {
+        if (quint64(size) > expected - produced) {
+            tooLong = true;
+            return false;
+        }
+        produced += quint64(size);
+        crc = crc32(crc, reinterpret_cast<const Bytef*>(data), uInt(size));
+        return sink(data, size);
+    };
+    Result result = Result::Damaged;
+    switch (d->record.method) {
+    case 0:
+        result = d->stored(counted);
+        break;
+    case 8:
+        result = d->deflated(counted);
+        break;
+    case 9:
+        result = d->deflated64(counted);
+        break;
+    case 12:
+        result = d->bzip2(counted);
+        break;
+    case 14:
+        result = d->lzma(counted);
+        break;
+    default:
+        return Result::UnsupportedMethod;
+    }
+    if (tooLong) {
+        return Result::Damaged;
+    }
+    if (result != Result::Ok) {
+        return result;
+    }
+    if (produced != expected) {
+        return Result::Damaged;
+    }
+    return quint32(crc) == d->record.crc ? Result::Ok : Result::CrcMismatch;
+}
