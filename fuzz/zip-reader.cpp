@@ -80,9 +80,14 @@ void extractAll(const Workspace& w, quint64 encoding, const QString& password)
     if (!opened) {
         return;
     }
+    // By position, as the unarchiver does, and the first entry by name too,
+    // which looks it up.
     if (const std::optional<QStringList> names = zip.getZipFileContents64(encoding)) {
-        for (const QString& name : *names) {
-            zip.UnzipFileTo64(w.destination, name, true, encoding);
+        for (qsizetype i = 0; i < names->size(); ++i) {
+            zip.UnzipFileTo64(w.destination, i, true, encoding);
+        }
+        if (!names->isEmpty()) {
+            zip.UnzipFileTo64(w.destination, names->first(), true, encoding);
         }
     }
     zip.UnzipCloseFile();
