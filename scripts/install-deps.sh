@@ -16,6 +16,8 @@ PACKAGES=(
   # tests
   libgtest-dev libgmock-dev googletest
   xvfb xauth xdotool x11-utils x11-xkb-utils dbus dbus-x11 python3 python3-dbus python3-gi gir1.2-glib-2.0
+  # sanitizer runs and the fuzz target (libFuzzer, readable stack traces)
+  clang libclang-rt-14-dev llvm
   # interop peers
   zip unzip p7zip-full libarchive-tools
   # benchmarks (peak memory of a run)

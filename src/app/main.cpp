@@ -8,12 +8,14 @@
 #include "settings/RKPasswordPrompt.h"
 #include "ui/RKQtPanelService.h"
 #include "ui/RKTranslations.h"
+#include "unarchive/RKWorkingFolder.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QTextStream>
 
 #include <cstdio>
+#include <thread>
 
 namespace {
 
@@ -79,6 +81,10 @@ int main(int argc, char** argv)
         break;
     }
 
+    // The working folders of runs that were killed go at the next start, on
+    // a thread of their own: a killed run may have left a large tree.
+    std::thread staleWorkingFolders([] { RKWorkingFolder::removeStale(); });
+
     RKTranslations::install(app);
     RKQtPanelService panels;
     RKPanelService::setCurrent(&panels);
@@ -116,5 +122,6 @@ int main(int argc, char** argv)
 
     RKPasswordPrompt::setCurrent(nullptr);
     RKPanelService::setCurrent(nullptr);
+    staleWorkingFolders.join();
     return exitCode;
 }

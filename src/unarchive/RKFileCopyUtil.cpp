@@ -416,7 +416,11 @@ RKFileCopyUtil::Placement RKFileCopyUtil::placeItem(const QString& item, bool is
         return Placement::Failed;
     }
     if (!aside.isEmpty() && !removeItem(aside)) {
-        return Placement::PlacedButExistingRemains;
+        // What could not be removed goes back in place of the new item: the
+        // overwrite failed as a whole, and no hidden copy is left behind.
+        removeItem(destination);
+        ::rename(native(aside).constData(), native(destination).constData());
+        return Placement::ExistingNotRemoved;
     }
     return Placement::Placed;
 }

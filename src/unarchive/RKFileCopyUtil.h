@@ -68,9 +68,10 @@ private:
     // Applies the same-name policy to a taken destination. Answers false when
     // a panel was cancelled.
     bool resolveClash(const QString& item, bool isFolder, QString& destination);
-    enum class Placement { Placed, ExistingNotRemoved, Failed, PlacedButExistingRemains };
+    enum class Placement { Placed, ExistingNotRemoved, Failed };
     // Places one item. An existing item is first set aside and put back when
-    // the new one cannot be placed, so an overwrite never loses both.
+    // the new one cannot be placed or the set-aside item cannot be removed,
+    // so an overwrite never loses both and leaves no hidden copy.
     Placement placeItem(const QString& item, bool isFolder, const QString& destination);
 
     void sendError(int code, const QString& path);

@@ -10,19 +10,36 @@
 #include "unarchive/RKUnArchiveMultiSameSource.h"
 #include "unarchive/RKUnArchiveMultiStaticFolder.h"
 #include "unarchive/RKUnArchiveSingleAnyTime.h"
+#include "unarchive/RKFileCopyUtil.h"
 #include "unarchive/RKUnArchiveSingleStaticFolder.h"
+#include "unarchive/RKWorkingFolder.h"
 #include "unarchive/UnArchiveTestSupport.h"
 #include "unarchive/widgets/RKUnArchivePasswordWindow.h"
 #include "unarchive/widgets/RKUnArchiveProgressWindow.h"
+#include "zip/RQZipArchiver.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QDir>
 #include <QFileInfo>
 #include <QLabel>
+#include <QProcess>
 #include <QPushButton>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <semaphore>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace UnArchiveTestSupport;
 
@@ -378,6 +395,374 @@ INSTANTIATE_TEST_SUITE_P(
                                   {"資料/", "資料/日本語フォルダ/", "資料/日本語フォルダ/表.txt=1", "資料/～①∥.txt=2", "資料/ｶﾀｶﾅ=3"}},
                       RawNameCase{"ShiftJISLeadByteAlone", {"fine.txt", QByteArray::fromHex("61812e")}, 0, {}},
                       RawNameCase{"Utf8Undecodable", {"fine.txt", QByteArray::fromHex("fffe2e747874")}, 4, {}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// --- the private working folder
+
+// TMPDIR and XDG_RUNTIME_DIR as they were before the test changed them.
+class EnvironmentGuard
+{
+public:
+    EnvironmentGuard() : m_tmp(qgetenv("TMPDIR")), m_runtime(qgetenv("XDG_RUNTIME_DIR")) {}
+    ~EnvironmentGuard()
+    {
+        qputenv("TMPDIR", m_tmp);
+        qputenv("XDG_RUNTIME_DIR", m_runtime);
+    }
+
+private:
+    QByteArray m_tmp;
+    QByteArray m_runtime;
+};
+
+QString fileState(const QString& path)
+{
+    struct stat st {};
+    ::lstat(QFile::encodeName(path).constData(), &st);
+    return QStringLiteral("mode %1 owner %2").arg(st.st_mode, 0, 8).arg(st.st_uid);
+}
+
+enum class Planted { Nothing, ForeignFolder, Link, OpenFolder };
+
+struct PrivateFolderCase {
+    const char* name;
+    mode_t runtimeMode; // of $XDG_RUNTIME_DIR; 0: unset
+    Planted planted;    // under the root's name in the temporary directory, by someone else
+    const char* root;   // where the run worked: "runtime", "tmp", "fresh" beside the planted
+                        // one; nullptr: nowhere, as the temporary directory is a file
+};
+
+class PrivateFolderTest : public UnArchiveRunTest, public ::testing::WithParamInterface<PrivateFolderCase>
+{
+};
+
+TEST_P(PrivateFolderTest, ExtractsWhereOnlyTheUserCanReach)
+{
+    const PrivateFolderCase& c = GetParam();
+    const QString archive = makeArchive(in("secret.zip"));
+    const EnvironmentGuard guard;
+    const QString tmp = in("tmp"), runtime = in("runtime");
+    const QString named = tmp + "/jp.mokuza.MOKUZA-FULL-" + QString::number(::geteuid());
+    ASSERT_TRUE(QDir().mkpath(tmp) && QDir().mkpath(runtime) && QDir().mkpath(in("theirs")));
+    ASSERT_EQ(::chmod(QFile::encodeName(runtime), c.runtimeMode ? c.runtimeMode : 0700), 0);
+    c.runtimeMode ? qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime)) : qunsetenv("XDG_RUNTIME_DIR");
+    qputenv("TMPDIR", QFile::encodeName(c.root ? tmp : archive));
+    switch (c.planted) {
+    case Planted::Nothing:
+        break;
+    case Planted::ForeignFolder:
+        if (::geteuid() != 0) {
+            GTEST_SKIP() << "only root can plant a folder owned by someone else";
+        }
+        makeTree(named, {"planted"}, "theirs");
+        ASSERT_EQ(::chown(QFile::encodeName(named), 65534, 65534), 0);
+        ASSERT_EQ(::chmod(QFile::encodeName(named), 0700), 0);
+        break;
+    case Planted::Link: // to a private folder: only the link itself is wrong
+        makeTree(in("theirs"), {"planted"}, "theirs");
+        ASSERT_EQ(::chmod(QFile::encodeName(in("theirs")), 0700), 0);
+        ASSERT_TRUE(QFile::link(in("theirs"), named));
+        break;
+    case Planted::OpenFolder:
+        makeTree(named, {"planted"}, "theirs");
+        ASSERT_EQ(::chmod(QFile::encodeName(named), 0777), 0);
+        break;
+    }
+    const QStringList planted{fileState(named), snapshot(named).join(' '), fileState(in("theirs")), snapshot(in("theirs")).join(' ')};
+
+    runner.runUnArchive(nullptr, archive, profile(1), out());
+
+    if (!c.root) {
+        EXPECT_EQ(runner.errors(), QList<RQError>{RQError::initWithUnArchiverErrorCode(999, archive)});
+        EXPECT_EQ(snapshot(out()), QStringList{});
+        EXPECT_EQ(notices(), QStringList{"MOKUZA-FULL | " + archive + " | 解凍が完了しましたが、エラーがあります"});
+        return;
+    }
+    EXPECT_EQ(snapshot(out()), kPlaced);
+    EXPECT_TRUE(runner.errors().isEmpty());
+    // "<root>/<process>/<hash>/": the process folder went with the run, the root stays.
+    const QString root = QFileInfo(QFileInfo(QDir::cleanPath(runner.tempUrl())).path()).path();
+    const QString expected = QString(c.root) == "runtime" ? runtime + "/jp.mokuza.MOKUZA-FULL" : named;
+    if (QString(c.root) == "fresh") {
+        EXPECT_TRUE(QRegularExpression("^" + QRegularExpression::escape(named) + "-[A-Za-z0-9]{6}$").match(root).hasMatch())
+            << root.toStdString();
+        EXPECT_EQ((QStringList{fileState(named), snapshot(named).join(' '), fileState(in("theirs")), snapshot(in("theirs")).join(' ')}),
+                  planted)
+            << "the planted folder is neither used nor touched";
+    } else {
+        EXPECT_EQ(root, expected);
+    }
+    EXPECT_EQ(fileState(root), QStringLiteral("mode 40700 owner %1").arg(::geteuid()));
+    EXPECT_EQ(QDir(root).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Private, PrivateFolderTest,
+    ::testing::Values(PrivateFolderCase{"RuntimeDirectory", 0700, Planted::Nothing, "runtime"},
+                      PrivateFolderCase{"RuntimeDirectoryOpenToOthersIsNotUsed", 0755, Planted::Nothing, "tmp"},
+                      PrivateFolderCase{"TemporaryDirectory", 0, Planted::Nothing, "tmp"},
+                      PrivateFolderCase{"PlantedFolderOfSomeoneElse", 0, Planted::ForeignFolder, "fresh"},
+                      PrivateFolderCase{"PlantedLink", 0, Planted::Link, "fresh"},
+                      PrivateFolderCase{"PlantedFolderOpenToOthers", 0, Planted::OpenFolder, "fresh"},
+                      PrivateFolderCase{"NoPrivateFolderAnywhereIsAnError", 0, Planted::Nothing, nullptr}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// --- faults that lose nothing
+
+// Writes beyond a size in any one file fail as on a full disk: the file size
+// limit needs no privileges and holds for root too.
+class FullDisk
+{
+public:
+    explicit FullDisk(rlim_t bytes)
+    {
+        ::getrlimit(RLIMIT_FSIZE, &m_saved);
+        m_signal = std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{bytes, m_saved.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    ~FullDisk()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_saved);
+        std::signal(SIGXFSZ, m_signal);
+    }
+
+private:
+    rlimit m_saved{};
+    void (*m_signal)(int) = nullptr;
+};
+
+// A file this process cannot remove: immutable for root, in a folder without
+// write permission for anyone else. Undone by the returned function, wherever
+// the file has gone; nullptr when neither can be done here.
+std::function<void()> makeUnremovable(const QString& file)
+{
+    const bool root = ::geteuid() == 0;
+    const int fd = ::open(QFile::encodeName(root ? file : QFileInfo(file).path()).constData(), O_RDONLY | O_CLOEXEC);
+    const auto setImmutable = [fd](bool on) {
+        int flags = 0;
+        return ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0
+            && (flags = on ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL, ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0);
+    };
+    if (fd < 0 || (root ? !setImmutable(true) : ::fchmod(fd, 0555) != 0)) {
+        ::close(fd);
+        return nullptr;
+    }
+    return [fd, root, setImmutable] {
+        if (root) {
+            setImmutable(false);
+        } else {
+            ::fchmod(fd, 0755);
+        }
+        ::close(fd);
+    };
+}
+
+QStringList describe(const QList<RQError>& errors)
+{
+    QStringList lines;
+    for (const RQError& e : errors) {
+        const char* family = e.family() == RQError::Family::Archiver ? "archiver" : e.family() == RQError::Family::UnArchiver ? "unarchiver" : "copy";
+        lines << QStringLiteral("%1 %2 %3").arg(family).arg(e.code()).arg(e.localizedRecoverySuggestion());
+    }
+    return lines;
+}
+
+struct ArchiveEnd : RQZipArchiverDelegate {
+    QList<RQError> errors;
+    std::binary_semaphore ended{0};
+    void archiverArchiveError(RQZipArchiver*, const RQError& e) override { errors << e; }
+    void archiverArchiveFinished(RQZipArchiver*, const QString&) override { ended.release(); }
+};
+
+struct PlacementEnd : RKFileCopyUtilDelegate {
+    QList<RQError> errors;
+    std::binary_semaphore ended{0};
+    void fileCopyUtilCopyFinished(RKFileCopyUtil*) override { ended.release(); }
+    void fileCopyUtilCopyError(RKFileCopyUtil*, const RQError& e) override
+    {
+        errors << e;
+        ended.release();
+    }
+};
+
+enum class Fault {
+    DiskFullWritingArchive,   // over an existing archive
+    DiskFullExtracting,       // the whole runner, overwrite policy
+    DiskFullPlacing,          // the placer, moving across file systems, overwrite policy
+    SetAsideNotRemovable,     // the whole runner, overwrite policy
+    KilledExtracting,         // another process, killed in its second entry
+};
+
+struct FaultCase {
+    const char* name;
+    Fault fault;
+    QStringList existing; // in out(), content "old"
+    QStringList expected; // out() afterwards, hidden items included
+    QStringList errors;   // "<family> <code> <path>", $IN and $OUT replaced
+};
+
+class FaultTest : public UnArchiveRunTest, public ::testing::WithParamInterface<FaultCase>
+{
+protected:
+    // a.txt, big.bin (1 MiB that does not compress), d/b.txt
+    QString content(const QString& relative)
+    {
+        if (!QFileInfo::exists(in("content/big.bin"))) {
+            makeTree(in("content"), {"a.txt", "d/", "d/b.txt"}, "new");
+            QByteArray big(1 << 20, Qt::Uninitialized);
+            QRandomGenerator(7).fillRange(reinterpret_cast<quint32*>(big.data()), big.size() / 4);
+            EXPECT_TRUE(TestEnvironment::writeFile(in("content/big.bin"), big));
+        }
+        return in("content/" + relative);
+    }
+    QString contentArchive(const QStringList& items = {"a.txt", "big.bin", "d"})
+    {
+        content({});
+        runTool("zip", QStringList{"-r", "-q", in("content.zip")} + items, in("content"));
+        return in("content.zip");
+    }
+    QList<RQError> writeArchive();
+    QList<RQError> place();
+    void killExtraction();
+};
+
+QList<RQError> FaultTest::writeArchive()
+{
+    const QStringList items{content("a.txt"), content("big.bin")};
+    ArchiveEnd end;
+    RQZipArchiver archiver;
+    archiver.setDelegate(&end);
+    {
+        const FullDisk full(256 << 10);
+        archiver.archive(out("a.zip"), items, QString(), 0, 4);
+        EXPECT_TRUE(end.ended.try_acquire_for(std::chrono::minutes(2)));
+    }
+    return end.errors;
+}
+
+QList<RQError> FaultTest::place()
+{
+    QTemporaryDir shm(QStringLiteral("/dev/shm/mokuza-test-XXXXXX"));
+    struct stat shmStat, outStat;
+    if (!shm.isValid() || ::stat(QFile::encodeName(shm.path()), &shmStat) != 0
+        || ::stat(QFile::encodeName(out()), &outStat) != 0 || shmStat.st_dev == outStat.st_dev) {
+        ADD_FAILURE() << "needs /dev/shm on another file system than the test folder";
+        return {};
+    }
+    EXPECT_TRUE(QFile::copy(content("big.bin"), shm.filePath("big.bin")));
+    PlacementEnd end;
+    RKFileCopyUtil util(shm.path(), out(), in("content.zip"), profile(0, 1), nullptr);
+    util.setDelegate(&end);
+    const FullDisk full(256 << 10);
+    util.beginCopy();
+    EXPECT_TRUE(end.ended.try_acquire_for(std::chrono::minutes(2)));
+    return end.errors;
+}
+
+// The test runs again in a child process that stops in its second entry,
+// with this process's runtime directory.
+void FaultTest::killExtraction()
+{
+    if (qEnvironmentVariableIsSet("MOKUZA_KILLED_CHILD_ARCHIVE")) {
+        qputenv("XDG_RUNTIME_DIR", qgetenv("MOKUZA_KILLED_CHILD_RUNTIME"));
+        struct Stopper : RQUnZipArchiverDelegate {
+            void unArchiverArchiveProgress(RQUnZipArchiver*, int progress, int, const QString&) override
+            {
+                if (progress == 2) {
+                    std::printf("extracting %s\n", QFile::encodeName(RKWorkingFolder::processFolder()).constData());
+                    std::fflush(stdout);
+                    std::getchar(); // until killed
+                }
+            }
+        } stopper;
+        RQUnZipArchiver reader;
+        reader.setDelegate(&stopper);
+        reader.unArchive(RKWorkingFolder::make(reader.hash()), qEnvironmentVariable("MOKUZA_KILLED_CHILD_ARCHIVE"), 4);
+        std::getchar();
+        return;
+    }
+    const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    QProcess child;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("MOKUZA_KILLED_CHILD_ARCHIVE", contentArchive());
+    environment.insert("MOKUZA_KILLED_CHILD_RUNTIME", qEnvironmentVariable("XDG_RUNTIME_DIR"));
+    child.setProcessEnvironment(environment);
+    child.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--gtest_filter=%1.%2").arg(test->test_suite_name(), test->name())});
+    QString childFolder;
+    while (childFolder.isEmpty() && child.waitForReadyRead(60000)) {
+        while (child.canReadLine()) {
+            const QString line = QString::fromUtf8(child.readLine()).trimmed();
+            if (line.startsWith("extracting ")) {
+                childFolder = line.mid(11);
+            }
+        }
+    }
+    ASSERT_FALSE(childFolder.isEmpty()) << child.readAllStandardError().toStdString();
+    EXPECT_FALSE(QDir(childFolder).isEmpty()) << "the first entry is in the working folder";
+    const QString own = RKWorkingFolder::make(1);
+
+    EXPECT_EQ(RKWorkingFolder::removeStale(), 0) << "a running extraction keeps its folder";
+    child.kill();
+    child.waitForFinished();
+    EXPECT_EQ(RKWorkingFolder::removeStale(), 1);
+
+    EXPECT_FALSE(QFileInfo::exists(childFolder));
+    EXPECT_TRUE(QFileInfo(own).isDir());
+    RKWorkingFolder::removeProcessFolder();
+}
+
+TEST_P(FaultTest, LosesNothing)
+{
+    const FaultCase& c = GetParam();
+    makeTree(out(), c.existing, "old");
+    std::function<void()> undo;
+    QList<RQError> errors;
+    switch (c.fault) {
+    case Fault::DiskFullWritingArchive:
+        errors = writeArchive();
+        break;
+    case Fault::DiskFullExtracting: {
+        const QString archive = contentArchive();
+        const FullDisk full(256 << 10);
+        runner.runUnArchive(nullptr, archive, profile(0, 1), out());
+        errors = runner.errors();
+        break;
+    }
+    case Fault::DiskFullPlacing:
+        errors = place();
+        break;
+    case Fault::SetAsideNotRemovable:
+        undo = makeUnremovable(out("d/keep/locked"));
+        if (!undo) {
+            GTEST_SKIP() << "no way to make a file unremovable here";
+        }
+        // One folder only: placement goes in the order the file system lists.
+        runner.runUnArchive(nullptr, contentArchive({"d"}), profile(0, 1), out());
+        errors = runner.errors();
+        undo();
+        break;
+    case Fault::KilledExtracting:
+        killExtraction();
+        break;
+    }
+    EXPECT_EQ(snapshot(out()), c.expected);
+    EXPECT_EQ(describe(errors), c.errors.join('\n').replace("$IN", in()).replace("$OUT", out()).split('\n', Qt::SkipEmptyParts));
+    EXPECT_FALSE(QFileInfo::exists(runner.tempUrl())) << "the working folder is gone";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Faults, FaultTest,
+    ::testing::Values(FaultCase{"DiskFullWhileWritingAnArchiveKeepsTheOldOne", Fault::DiskFullWritingArchive, {"a.zip"}, {"a.zip=old"},
+                                {"archiver 2 $IN/content/big.bin", "archiver 2 $OUT/a.zip"}},
+                      FaultCase{"DiskFullWhileExtractingPlacesNothing", Fault::DiskFullExtracting, {"a.txt", "d/", "d/b.txt"},
+                                {"a.txt=old", "d/", "d/b.txt=old"}, {"unarchiver 3 big.bin"}},
+                      FaultCase{"DiskFullWhilePlacingPutsTheSetAsideBack", Fault::DiskFullPlacing, {"big.bin"}, {"big.bin=old"},
+                                {"copy 2 $OUT/big.bin"}},
+                      FaultCase{"SetAsideThatCannotBeRemovedGoesBack", Fault::SetAsideNotRemovable, {"d/", "d/old", "d/keep/", "d/keep/locked"},
+                                {"d/", "d/keep/", "d/keep/locked=old"}, {"copy 2 $OUT/d"}},
+                      FaultCase{"KilledExtractionIsRemovedAtTheNextStart", Fault::KilledExtracting, {}, {}, {}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace

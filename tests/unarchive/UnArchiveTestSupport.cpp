@@ -1,7 +1,7 @@
 #include "unarchive/UnArchiveTestSupport.h"
 
 #include "support/TestEnvironment.h"
-#include "unarchive/widgets/RKUnArchiveProgressWindow.h"
+#include "unarchive/RKWorkingFolder.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -54,8 +54,9 @@ void UnArchiveTest::SetUp()
 
 void UnArchiveTest::TearDown()
 {
-    const QString temp = RKUnArchiveProgressWindow::applicationTempFolder();
-    EXPECT_TRUE(!QFileInfo::exists(temp) || QDir(temp).isEmpty()) << "a working folder is left";
+    const QString root = RKWorkingFolder::root();
+    EXPECT_TRUE(RKWorkingFolder::processFolder().isEmpty() && (!QFileInfo::exists(root) || QDir(root).isEmpty()))
+        << "a working folder is left";
     if (m_inputs) {
         EXPECT_EQ(UnArchiveTestSupport::snapshot(in()), *m_inputs) << "the inputs changed";
     }

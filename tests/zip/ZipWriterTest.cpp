@@ -8,8 +8,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <csignal>
-#include <sys/resource.h>
 #include <unistd.h>
 
 using TestEnvironment::listTree;
@@ -213,25 +211,4 @@ TEST_F(ZipWriter, OldFileStaysUntilTheNewArchiveIsClosedAndLinksAreWrittenThroug
     EXPECT_EQ(run("unzip", { "-t", old }).exitCode, 0);
     EXPECT_EQ(listTree(m_dir.path()), QStringList({ "a.txt", "link.zip", "out.zip" }));
     EXPECT_TRUE(QFileInfo(path("link.zip")).isSymLink());
-}
-
-TEST_F(ZipWriter, FullDiskKeepsTheOldFileAndLeavesNoTemporary)
-{
-    const QString old = file("out.zip", "old archive");
-    const QString big = file("src/big", randomBytes(1 << 20, 11)), small = file("src/small", "small");
-    // A file size limit makes every write past it fail, as a full disk does.
-    struct rlimit saved, limited;
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
-    limited = saved;
-    limited.rlim_cur = 256 * 1024;
-    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
-    const QStringList notices = archive(old, { big, small });
-    ::setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, previous);
-
-    EXPECT_TRUE(notices.contains("error 2 " + big));
-    EXPECT_EQ(notices.mid(notices.size() - 2), QStringList({ "error 2 " + old, "finished " + old }));
-    EXPECT_EQ(readFile(old), "old archive");
-    EXPECT_EQ(listTree(m_dir.path()), QStringList({ "out.zip", "src/", "src/big", "src/small" }));
 }

@@ -3,11 +3,11 @@
 #include "platform/RKAppInfo.h"
 #include "platform/RKNotifier.h"
 #include "settings/RKPasswordPrompt.h"
+#include "unarchive/RKWorkingFolder.h"
 #include "ui/RKWindowPlacement.h"
 #include "ui_RKUnArchiveProgressWindow.h"
 
 #include <QCloseEvent>
-#include <QDir>
 #include <QLabel>
 #include <QMetaObject>
 #include <QMutexLocker>
@@ -67,11 +67,6 @@ QPushButton* RKUnArchiveProgressWindow::btnCansel() const
     return ui->btnCansel;
 }
 
-QString RKUnArchiveProgressWindow::applicationTempFolder()
-{
-    return QDir::tempPath() + QLatin1Char('/') + RKAppInfo::bundleIdentifier();
-}
-
 QList<RQError> RKUnArchiveProgressWindow::errors() const
 {
     const QMutexLocker locker(&m_lock);
@@ -128,8 +123,14 @@ void RKUnArchiveProgressWindow::doUnArchive(const QString& archivePath,
     }
     m_usedPassword = QString();
 
-    m_tempUrl = applicationTempFolder() + QLatin1Char('/') + QString::number(unArchiver->hash())
-        + QLatin1Char('/');
+    m_tempUrl = RKWorkingFolder::make(unArchiver->hash());
+    if (m_tempUrl.isEmpty()) {
+        // Nowhere private to extract to: nothing is extracted in the open.
+        unArchiverArchiveError(unArchiver.get(),
+                               RQError::initWithUnArchiverErrorCode(999, m_archiveUrl));
+        postClose(Ending::DoneWithErrors);
+        return;
+    }
 
     if (unArchiver->isCrypted(m_archiveUrl)) {
         RKPasswordPrompt* prompt = RKPasswordPrompt::current();
@@ -171,8 +172,8 @@ void RKUnArchiveProgressWindow::closeEvent(QCloseEvent* event)
 
 void RKUnArchiveProgressWindow::removeTempFolder()
 {
-    // A failure leaves files behind that the next run removes; nothing to report.
-    QDir(applicationTempFolder()).removeRecursively();
+    // A failure leaves files behind that a later start removes; nothing to report.
+    RKWorkingFolder::removeProcessFolder();
 }
 
 void RKUnArchiveProgressWindow::moveTempToSaveFolder()

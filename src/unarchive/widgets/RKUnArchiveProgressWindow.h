@@ -41,7 +41,7 @@ class RKUnArchiveProgressWindow : public QDialog,
 
 public:
     explicit RKUnArchiveProgressWindow(QWidget* parent = nullptr);
-    // Stops what still runs and removes the application temporary folder.
+    // Stops what still runs and removes this process's working folders.
     ~RKUnArchiveProgressWindow() override;
 
     // RKUnArchiveRunner: centre over centreOver, doUnArchive, run modally.
@@ -55,10 +55,8 @@ public:
     void doUnArchive(const QString& archivePath, const RKUnArchiveProfileSetting& profile,
                      const QString& destinationFolder);
 
-    // The folder under the temporary directory that holds every run's
-    // working folder (no trailing "/").
-    static QString applicationTempFolder();
-    // The working folder of the current or last run ("…/<hash>/").
+    // The working folder of the current or last run ("…/<hash>/"; see
+    // RKWorkingFolder), empty when none could be made.
     QString tempUrl() const { return m_tempUrl; }
 
     QLabel* textField() const;
