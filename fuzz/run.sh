@@ -29,13 +29,17 @@ if [ -d /dev/shm ] && [ -w /dev/shm ]; then
   export TMPDIR=/dev/shm
 fi
 
+# The target caps the size of every file the process writes (RLIMIT_FSIZE),
+# which would also silence its own reports once a log file that stands for
+# standard output or error (a CI log, say) is past the cap: its output goes
+# through a pipe, to which the cap does not apply.
 shopt -s nullglob
 reproducers=(fuzz/reproducers/zip-reader/*)
 if [ ${#reproducers[@]} -gt 0 ]; then
-  "$fuzzer" -rss_limit_mb=2048 -malloc_limit_mb=1024 "${reproducers[@]}"
+  "$fuzzer" -rss_limit_mb=2048 -malloc_limit_mb=1024 "${reproducers[@]}" 2>&1 | cat
 fi
 
 mkdir -p build/fuzz/corpus build/fuzz/findings
 "$fuzzer" -max_total_time="$seconds" -rss_limit_mb=2048 -malloc_limit_mb=1024 -timeout=30 \
   -max_len=65536 -print_final_stats=1 -artifact_prefix=build/fuzz/findings/ "$@" \
-  build/fuzz/corpus fuzz/corpus/zip-reader
+  build/fuzz/corpus fuzz/corpus/zip-reader 2>&1 | cat

@@ -15,7 +15,6 @@
 #include <unistd.h>
 
 #include <mutex>
-#include <optional>
 
 namespace {
 
@@ -48,30 +47,14 @@ struct RootPlace {
     bool operator==(const RootPlace&) const = default;
 };
 
-std::optional<RootPlace> runtimePlace()
-{
-    // The variable is the session's own and may name the folder through a
-    // link; the folder itself must still be the user's alone.
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    struct stat st;
-    if (!runtime.startsWith(QLatin1Char('/')) || ::stat(native(runtime).constData(), &st) != 0
-        || !isPrivate(st)) {
-        return std::nullopt;
-    }
-    return RootPlace{QDir::cleanPath(runtime), RKAppInfo::bundleIdentifier()};
-}
-
 // The shared temporary directory is everyone's: the user id in the name keeps
-// two users apart.
+// two users apart. Not $XDG_RUNTIME_DIR, although it is private too: it is a
+// small memory file system (a tenth of the memory, typically), in which a
+// large archive would not fit.
 RootPlace temporaryPlace()
 {
     return {QDir::cleanPath(QDir::tempPath()),
             RKAppInfo::bundleIdentifier() + QLatin1Char('-') + QString::number(::geteuid())};
-}
-
-RootPlace currentPlace()
-{
-    return runtimePlace().value_or(temporaryPlace());
 }
 
 QString rootPath(const RootPlace& place)
@@ -137,7 +120,7 @@ void releaseProcessFolder(State& s)
 
 QString chooseRoot(State& s)
 {
-    const RootPlace place = currentPlace();
+    const RootPlace place = temporaryPlace();
     if (!s.root.isEmpty() && s.place == place && isPrivateFolder(s.root)) {
         return s.root;
     }
@@ -274,25 +257,18 @@ int RKWorkingFolder::removeStale()
         const std::lock_guard<std::mutex> lock(s.mutex);
         ownRoot = s.root;
     }
-    // Both places: a run killed in a session without a runtime directory
-    // left its folder in the temporary directory.
-    QList<RootPlace> places{temporaryPlace()};
-    if (const std::optional<RootPlace> runtime = runtimePlace()) {
-        places.prepend(*runtime);
-    }
     int removed = 0;
-    for (const RootPlace& place : std::as_const(places)) {
-        for (const QString& name : entriesOf(place.base)) {
-            const bool fresh = isFreshRootName(name, place);
-            const QString root = place.base + QLatin1Char('/') + name;
-            if ((name != place.name && !fresh) || !isPrivateFolder(root)) {
-                continue;
-            }
-            removed += removeStaleIn(root);
-            // A fresh root serves the one process that made it.
-            if (fresh && root != ownRoot) {
-                ::rmdir(native(root).constData());
-            }
+    const RootPlace place = temporaryPlace();
+    for (const QString& name : entriesOf(place.base)) {
+        const bool fresh = isFreshRootName(name, place);
+        const QString root = place.base + QLatin1Char('/') + name;
+        if ((name != place.name && !fresh) || !isPrivateFolder(root)) {
+            continue;
+        }
+        removed += removeStaleIn(root);
+        // A fresh root serves the one process that made it.
+        if (fresh && root != ownRoot) {
+            ::rmdir(native(root).constData());
         }
     }
     return removed;
@@ -300,5 +276,5 @@ int RKWorkingFolder::removeStale()
 
 QString RKWorkingFolder::root()
 {
-    return rootPath(currentPlace());
+    return rootPath(temporaryPlace());
 }

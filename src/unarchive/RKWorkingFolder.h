@@ -6,9 +6,8 @@
 // only the user can reach, so that another user of the machine can neither
 // read what is being extracted nor block it by taking the name first.
 //
-// The root is "jp.mokuza.MOKUZA-FULL" in $XDG_RUNTIME_DIR, or
-// "jp.mokuza.MOKUZA-FULL-<uid>" in the temporary directory when there is no
-// private runtime directory. A root is used only when it is a real folder
+// The root is "jp.mokuza.MOKUZA-FULL-<uid>" in the temporary directory. A
+// root is used only when it is a real folder
 // (not a link) owned by the user with no access for anyone else; otherwise
 // the process makes a fresh private root of its own beside it. In the root,
 // each process that extracts holds a folder of its own, locked for as long as
@@ -35,7 +34,6 @@ public:
     // processes and anything else in the roots stay. Returns how many it removed.
     static int removeStale();
 
-    // The root this process would use now (not made): in the runtime
-    // directory when that is private, else in the temporary directory.
+    // The root this process would use now (not made).
     static QString root();
 };

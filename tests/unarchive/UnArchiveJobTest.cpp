@@ -399,20 +399,15 @@ INSTANTIATE_TEST_SUITE_P(
 
 // --- the private working folder
 
-// TMPDIR and XDG_RUNTIME_DIR as they were before the test changed them.
+// TMPDIR as it was before the test changed it.
 class EnvironmentGuard
 {
 public:
-    EnvironmentGuard() : m_tmp(qgetenv("TMPDIR")), m_runtime(qgetenv("XDG_RUNTIME_DIR")) {}
-    ~EnvironmentGuard()
-    {
-        qputenv("TMPDIR", m_tmp);
-        qputenv("XDG_RUNTIME_DIR", m_runtime);
-    }
+    EnvironmentGuard() : m_tmp(qgetenv("TMPDIR")) {}
+    ~EnvironmentGuard() { qputenv("TMPDIR", m_tmp); }
 
 private:
     QByteArray m_tmp;
-    QByteArray m_runtime;
 };
 
 QString fileState(const QString& path)
@@ -426,9 +421,8 @@ enum class Planted { Nothing, ForeignFolder, Link, OpenFolder };
 
 struct PrivateFolderCase {
     const char* name;
-    mode_t runtimeMode; // of $XDG_RUNTIME_DIR; 0: unset
     Planted planted;    // under the root's name in the temporary directory, by someone else
-    const char* root;   // where the run worked: "runtime", "tmp", "fresh" beside the planted
+    const char* root;   // where the run worked: "tmp", "fresh" beside the planted
                         // one; nullptr: nowhere, as the temporary directory is a file
 };
 
@@ -441,11 +435,9 @@ TEST_P(PrivateFolderTest, ExtractsWhereOnlyTheUserCanReach)
     const PrivateFolderCase& c = GetParam();
     const QString archive = makeArchive(in("secret.zip"));
     const EnvironmentGuard guard;
-    const QString tmp = in("tmp"), runtime = in("runtime");
+    const QString tmp = in("tmp");
     const QString named = tmp + "/jp.mokuza.MOKUZA-FULL-" + QString::number(::geteuid());
-    ASSERT_TRUE(QDir().mkpath(tmp) && QDir().mkpath(runtime) && QDir().mkpath(in("theirs")));
-    ASSERT_EQ(::chmod(QFile::encodeName(runtime), c.runtimeMode ? c.runtimeMode : 0700), 0);
-    c.runtimeMode ? qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime)) : qunsetenv("XDG_RUNTIME_DIR");
+    ASSERT_TRUE(QDir().mkpath(tmp) && QDir().mkpath(in("theirs")));
     qputenv("TMPDIR", QFile::encodeName(c.root ? tmp : archive));
     switch (c.planted) {
     case Planted::Nothing:
@@ -482,7 +474,6 @@ TEST_P(PrivateFolderTest, ExtractsWhereOnlyTheUserCanReach)
     EXPECT_TRUE(runner.errors().isEmpty());
     // "<root>/<process>/<hash>/": the process folder went with the run, the root stays.
     const QString root = QFileInfo(QFileInfo(QDir::cleanPath(runner.tempUrl())).path()).path();
-    const QString expected = QString(c.root) == "runtime" ? runtime + "/jp.mokuza.MOKUZA-FULL" : named;
     if (QString(c.root) == "fresh") {
         EXPECT_TRUE(QRegularExpression("^" + QRegularExpression::escape(named) + "-[A-Za-z0-9]{6}$").match(root).hasMatch())
             << root.toStdString();
@@ -490,7 +481,7 @@ TEST_P(PrivateFolderTest, ExtractsWhereOnlyTheUserCanReach)
                   planted)
             << "the planted folder is neither used nor touched";
     } else {
-        EXPECT_EQ(root, expected);
+        EXPECT_EQ(root, named);
     }
     EXPECT_EQ(fileState(root), QStringLiteral("mode 40700 owner %1").arg(::geteuid()));
     EXPECT_EQ(QDir(root).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{});
@@ -498,13 +489,11 @@ TEST_P(PrivateFolderTest, ExtractsWhereOnlyTheUserCanReach)
 
 INSTANTIATE_TEST_SUITE_P(
     Private, PrivateFolderTest,
-    ::testing::Values(PrivateFolderCase{"RuntimeDirectory", 0700, Planted::Nothing, "runtime"},
-                      PrivateFolderCase{"RuntimeDirectoryOpenToOthersIsNotUsed", 0755, Planted::Nothing, "tmp"},
-                      PrivateFolderCase{"TemporaryDirectory", 0, Planted::Nothing, "tmp"},
-                      PrivateFolderCase{"PlantedFolderOfSomeoneElse", 0, Planted::ForeignFolder, "fresh"},
-                      PrivateFolderCase{"PlantedLink", 0, Planted::Link, "fresh"},
-                      PrivateFolderCase{"PlantedFolderOpenToOthers", 0, Planted::OpenFolder, "fresh"},
-                      PrivateFolderCase{"NoPrivateFolderAnywhereIsAnError", 0, Planted::Nothing, nullptr}),
+    ::testing::Values(PrivateFolderCase{"TemporaryDirectory", Planted::Nothing, "tmp"},
+                      PrivateFolderCase{"PlantedFolderOfSomeoneElse", Planted::ForeignFolder, "fresh"},
+                      PrivateFolderCase{"PlantedLink", Planted::Link, "fresh"},
+                      PrivateFolderCase{"PlantedFolderOpenToOthers", Planted::OpenFolder, "fresh"},
+                      PrivateFolderCase{"NoPrivateFolderAnywhereIsAnError", Planted::Nothing, nullptr}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // --- faults that lose nothing
@@ -660,12 +649,11 @@ QList<RQError> FaultTest::place()
     return end.errors;
 }
 
-// The test runs again in a child process that stops in its second entry,
-// with this process's runtime directory.
+// The test runs again in a child process (with this process's temporary
+// directory) that stops in its second entry.
 void FaultTest::killExtraction()
 {
     if (qEnvironmentVariableIsSet("MOKUZA_KILLED_CHILD_ARCHIVE")) {
-        qputenv("XDG_RUNTIME_DIR", qgetenv("MOKUZA_KILLED_CHILD_RUNTIME"));
         struct Stopper : RQUnZipArchiverDelegate {
             void unArchiverArchiveProgress(RQUnZipArchiver*, int progress, int, const QString&) override
             {
@@ -686,7 +674,6 @@ void FaultTest::killExtraction()
     QProcess child;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("MOKUZA_KILLED_CHILD_ARCHIVE", contentArchive());
-    environment.insert("MOKUZA_KILLED_CHILD_RUNTIME", qEnvironmentVariable("XDG_RUNTIME_DIR"));
     child.setProcessEnvironment(environment);
     child.start(QCoreApplication::applicationFilePath(),
                 {QStringLiteral("--gtest_filter=%1.%2").arg(test->test_suite_name(), test->name())});
