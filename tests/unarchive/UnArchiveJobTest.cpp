@@ -654,6 +654,7 @@ QList<RQError> FaultTest::place()
 void FaultTest::killExtraction()
 {
     if (qEnvironmentVariableIsSet("MOKUZA_KILLED_CHILD_ARCHIVE")) {
+        qputenv("TMPDIR", qgetenv("MOKUZA_KILLED_CHILD_TMPDIR"));
         struct Stopper : RQUnZipArchiverDelegate {
             void unArchiverArchiveProgress(RQUnZipArchiver*, int progress, int, const QString&) override
             {
@@ -674,6 +675,8 @@ void FaultTest::killExtraction()
     QProcess child;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("MOKUZA_KILLED_CHILD_ARCHIVE", contentArchive());
+    // Every test process starts with a temporary directory of its own.
+    environment.insert("MOKUZA_KILLED_CHILD_TMPDIR", QDir::tempPath());
     child.setProcessEnvironment(environment);
     child.start(QCoreApplication::applicationFilePath(),
                 {QStringLiteral("--gtest_filter=%1.%2").arg(test->test_suite_name(), test->name())});
