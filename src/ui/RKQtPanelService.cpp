@@ -1,5 +1,6 @@
 #include "ui/RKQtPanelService.h"
 
+#include "platform/RKMainThreadQueue.h"
 #include "ui/RKOpenPanel.h"
 #include "ui/RKSavePanel.h"
 #include "ui/RKWindowPlacement.h"
@@ -21,8 +22,7 @@ QString onMainThread(const std::function<QString()>& fn)
         return fn();
     }
     QString answer;
-    QMetaObject::invokeMethod(
-        app, [&answer, &fn] { answer = fn(); }, Qt::BlockingQueuedConnection);
+    RKMainThreadQueue::application()->postAndWait([&answer, &fn] { answer = fn(); });
     return answer;
 }
 

@@ -20,6 +20,9 @@ constexpr qint64 kLocalHeaderSize = 30;
 constexpr qint64 kEncryptionHeaderSize = 12;
 constexpr qint64 kInputSize = 64 * 1024;
 constexpr qint64 kOutputSize = 64 * 1024;
+// The largest LZMA dictionary an entry may ask for: 7-Zip's own settings stay
+// well below it (64 MiB at its strongest).
+constexpr quint64 kLzmaDictionaryCap = quint64(512) << 20;
 
 // The keys of traditional PKWARE encryption.
 class TraditionalKeys
@@ -235,6 +238,18 @@ ZipEntryReader::Result ZipEntryReader::Private::lzma(const Sink& sink)
                                reinterpret_cast<const uint8_t*>(input.data() + 4), 5)
         != LZMA_OK) {
         return Result::Damaged;
+    }
+    // The decoder allocates the whole dictionary the properties state (up to
+    // 4 GiB) before it reads a byte. No match reaches further back than the
+    // entry's start, so a dictionary of the entry's size decodes the same;
+    // beyond the cap an entry needs more memory than is safe to hand to an
+    // archive, and is refused as unsupported.
+    auto* options = static_cast<lzma_options_lzma*>(filters[0].options);
+    options->dict_size = quint32(qMin<quint64>(options->dict_size,
+                                                qMax<quint64>(record.uncompressedSize, LZMA_DICT_SIZE_MIN)));
+    if (options->dict_size > kLzmaDictionaryCap) {
+        std::free(filters[0].options);
+        return Result::UnsupportedMethod;
     }
     lzma_stream stream = LZMA_STREAM_INIT;
     const lzma_ret ready = lzma_raw_decoder(&stream, filters);

@@ -12,11 +12,12 @@
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
-#include <QSemaphore>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <semaphore>
 
 using namespace ArchiveTestSupport;
 
@@ -42,22 +43,19 @@ public:
     {
         RKProgressWindow::archiverArchiveProgress(archiver, progress, total, name);
         const int current = archive;
-        QMetaObject::invokeMethod(
-            this,
-            [=, this] {
-                TestEnvironment::waitFor([&] { return windowTitle() == progressTitle(progress, total); });
-                if (atNotice) {
-                    atNotice(current, progress);
-                }
-                gate.release();
-            },
-            Qt::QueuedConnection);
-        gate.tryAcquire(1, 30000);
+        handToMainThread([=, this] {
+            TestEnvironment::waitFor([&] { return windowTitle() == progressTitle(progress, total); });
+            if (atNotice) {
+                atNotice(current, progress);
+            }
+            gate.release();
+        });
+        (void)gate.try_acquire_for(std::chrono::seconds(30));
     }
 
 private:
     std::atomic<int> archive{0};
-    QSemaphore gate;
+    std::counting_semaphore<> gate{0};
 };
 
 class Runner : public ::testing::Test

@@ -1,6 +1,7 @@
 // Whole unarchive runs, headless: the real runner window on the offscreen
 // platform with archives made by peer tools, scripted chooser and prompt (and
 // once the real prompt), a captured result window.
+#include "platform/RKMainThreadQueue.h"
 #include "settings/RKPasswordPrompt.h"
 #include "settings/RKSetting.h"
 #include "support/TestEnvironment.h"
@@ -204,7 +205,7 @@ TEST_F(UnArchiveRunTest, CancelDuringPlacementKeepsWhatWasPlaced)
     // The clashing folder's panel is answered after the cancel button was
     // pressed: its step completes, the next one (its first item) stops.
     services.panels.setResponder([this](const ScriptedPanelService::Call&) {
-        QMetaObject::invokeMethod(&runner, [this] { runner.btnCansel()->click(); }, Qt::BlockingQueuedConnection);
+        RKMainThreadQueue::application()->postAndWait([this] { runner.btnCansel()->click(); });
         return out("there");
     });
 

@@ -144,6 +144,9 @@ INSTANTIATE_TEST_SUITE_P(
                    raw({ QJsonObject { { "name", "a.txt" }, { "data", "a" }, { "grow", 40 } }, entry("b.txt", "b"), entry("c.txt", "c") }) },
         ReadCase { "LocalHeaderNamingAnotherEntry", {}, 4, { "a.txt", "b.txt" }, { "b.txt=b" }, { "Error occurs", "no a.txt" },
                    false, raw({ QJsonObject { { "name", "a.txt" }, { "data", "a" }, { "local_name", "evil.txt" } }, entry("b.txt", "b") }) },
+        // Found by fuzzing: a 4 GiB dictionary was allocated before a byte was read.
+        ReadCase { "LzmaDictionaryFarLargerThanItsEntry", {}, 4, { "l.txt" }, { "l.txt=lzma" }, {}, false,
+                   raw({ QJsonObject { { "name", "l.txt" }, { "data", "lzma" }, { "method", 14 }, { "lzma_dict", qint64(0xFFFFFFFF) } } }) },
         ReadCase { "LargestComment", {}, 4, { "a.txt" }, { "a.txt=a" }, {}, false,
                    raw({ entry("a.txt", "a") }, { { "comment_size", 65535 } }) },
         ReadCase { "FakeEndRecordInTheComment", {}, 4, { "a.txt" }, { "a.txt=a" }, {}, false,

@@ -6,6 +6,7 @@ given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 f
 (COUNT empty files; no ZIP64 end record, so the 16-bit count wraps), raw ZIP LAYOUT_JSON (built byte by byte:
 see raw())."""
 import json
+import lzma
 import os
 import struct
 import sys
@@ -118,7 +119,7 @@ def zipcrypto(password, data, check):
 
 
 def raw(path, layout_json):
-    """entries: [{"name" | "name_hex", "data", "method" (0 or 8), "flag", "password_hex" (traditional encryption),
+    """entries: [{"name" | "name_hex", "data", "method" (0, 8 or 14), "flag", "password_hex" (traditional encryption),
     "unicode_path" (a 0x7075 field; "unicode_stale": its CRC is of another name), "local_name" (the local header
     names something else), "same_local_as" (index: no data of its own, the central record points at that entry's
     local header), "grow" (bytes added to the central compressed size)}]; "comment_size" (a comment of that many
@@ -131,6 +132,9 @@ def raw(path, layout_json):
         method, flag = entry.get("method", 8), entry.get("flag", 0)
         crc = zlib.crc32(data)
         stored = data if method == 0 else zlib.compress(data, 6, -15) if method == 8 else data
+        if method == 14:  # 7-Zip's layout: version, properties' size, properties claiming "lzma_dict" bytes
+            stream = lzma.compress(data, lzma.FORMAT_RAW, filters=[{"id": lzma.FILTER_LZMA1, "dict_size": 1 << 16}])
+            stored = bytes([9, 20, 5, 0, 0x5D]) + struct.pack("<I", entry.get("lzma_dict", 1 << 16)) + stream
         if "password_hex" in entry:
             flag |= 1
             stored = zipcrypto(bytes.fromhex(entry["password_hex"]), stored, crc >> 24)

@@ -4,13 +4,13 @@
 #include "ui_RKProgressWindow.h"
 
 #include "platform/RKAppInfo.h"
+#include "platform/RKMainThreadQueue.h"
 #include "platform/RKNotifier.h"
 #include "settings/RKPasswordProvider.h"
 #include "zip/RQZipArchiver.h"
 
 #include <QCoreApplication>
 #include <QLabel>
-#include <QMetaObject>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QThread>
@@ -37,6 +37,7 @@ bool onMainThread()
 RKProgressWindow::RKProgressWindow(QWidget* parent)
     : QDialog(parent)
     , ui(std::make_unique<Ui::RKProgressWindow>())
+    , m_mainThread(new RKMainThreadQueue(this))
 {
     ui->setupUi(this);
     progressIndicator = ui->progressIndicator;
@@ -251,14 +252,11 @@ void RKProgressWindow::reject()
 void RKProgressWindow::handToMainThread(std::function<void()> fn)
 {
     const quint64 generation = m_generation;
-    QMetaObject::invokeMethod(
-        this,
-        [this, generation, fn = std::move(fn)] {
-            if (generation == m_generation) {
-                fn();
-            }
-        },
-        Qt::QueuedConnection);
+    m_mainThread->post([this, generation, fn = std::move(fn)] {
+        if (generation == m_generation) {
+            fn();
+        }
+    });
 }
 
 void RKProgressWindow::centreOver(QObject* parent)

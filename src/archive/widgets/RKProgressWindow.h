@@ -16,6 +16,7 @@
 #include <mutex>
 
 class QLabel;
+class RKMainThreadQueue;
 class QProgressBar;
 class QPushButton;
 class RQZipArchiver;
@@ -86,8 +87,11 @@ protected:
 private:
     // Shows the latest progress now, or once the display's pace allows.
     void showProgressPaced();
+protected:
     // Runs fn on the main thread later, unless a newer archive has started.
     void handToMainThread(std::function<void()> fn);
+
+private:
     void centreOver(QObject* parent);
 
     std::unique_ptr<Ui::RKProgressWindow> ui;
@@ -115,4 +119,5 @@ private:
     std::atomic<bool> m_progressQueued{false};
     QElapsedTimer m_lastProgressShown;
     QTimer m_progressPacer;
+    RKMainThreadQueue* m_mainThread = nullptr;
 };

@@ -1,6 +1,7 @@
 #include "unarchive/widgets/RKUnArchiveProgressWindow.h"
 
 #include "platform/RKAppInfo.h"
+#include "platform/RKMainThreadQueue.h"
 #include "platform/RKNotifier.h"
 #include "settings/RKPasswordPrompt.h"
 #include "unarchive/RKWorkingFolder.h"
@@ -9,8 +10,6 @@
 
 #include <QCloseEvent>
 #include <QLabel>
-#include <QMetaObject>
-#include <QMutexLocker>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
@@ -31,6 +30,7 @@ QString progressTitle(const QString& prefix, int value, int total)
 RKUnArchiveProgressWindow::RKUnArchiveProgressWindow(QWidget* parent)
     : QDialog(parent)
     , ui(std::make_unique<Ui::RKUnArchiveProgressWindow>())
+    , m_mainThread(new RKMainThreadQueue(this))
 {
     ui->setupUi(this);
     setWindowModality(Qt::ApplicationModal);
@@ -69,7 +69,7 @@ QPushButton* RKUnArchiveProgressWindow::btnCansel() const
 
 QList<RQError> RKUnArchiveProgressWindow::errors() const
 {
-    const QMutexLocker locker(&m_lock);
+    const std::lock_guard<std::mutex> locker(m_lock);
     return m_errors;
 }
 
@@ -113,7 +113,7 @@ void RKUnArchiveProgressWindow::doUnArchive(const QString& archivePath,
     m_cancelRequested = false;
     ++m_generation;
     {
-        const QMutexLocker locker(&m_lock);
+        const std::lock_guard<std::mutex> locker(m_lock);
         m_errors.clear();
         m_phase = Phase::UnArchive;
         m_reported = false;
@@ -200,14 +200,11 @@ void RKUnArchiveProgressWindow::extractionFinished()
 void RKUnArchiveProgressWindow::postClose(Ending ending)
 {
     const int generation = m_generation.load();
-    QMetaObject::invokeMethod(
-        this,
-        [this, generation, ending] {
-            if (generation == m_generation.load()) {
-                doClose(ending);
-            }
-        },
-        Qt::QueuedConnection);
+    m_mainThread->post([this, generation, ending] {
+        if (generation == m_generation.load()) {
+            doClose(ending);
+        }
+    });
 }
 
 void RKUnArchiveProgressWindow::doClose(Ending ending)
@@ -238,7 +235,7 @@ void RKUnArchiveProgressWindow::storeProgress(Phase phase, int value, int total,
                                               const QString& fileName)
 {
     {
-        const QMutexLocker locker(&m_lock);
+        const std::lock_guard<std::mutex> locker(m_lock);
         m_phase = phase;
         m_reported = true;
         prgValue = value;
@@ -250,17 +247,14 @@ void RKUnArchiveProgressWindow::storeProgress(Phase phase, int value, int total,
     // spaced by a frame or two: redrawing the window for each of thousands of
     // small entries would cost more than extracting them.
     if (!m_updatePosted.exchange(true)) {
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                const qint64 wait = m_lastUpdate.isValid() ? kUpdateSpacingMs - m_lastUpdate.elapsed() : 0;
-                QTimer::singleShot(qMax<qint64>(wait, 0), this, [this] {
-                    m_updatePosted.store(false);
-                    m_lastUpdate.start();
-                    changeProgress();
-                });
-            },
-            Qt::QueuedConnection);
+        m_mainThread->post([this] {
+            const qint64 wait = m_lastUpdate.isValid() ? kUpdateSpacingMs - m_lastUpdate.elapsed() : 0;
+            QTimer::singleShot(qMax<qint64>(wait, 0), this, [this] {
+                m_updatePosted.store(false);
+                m_lastUpdate.start();
+                changeProgress();
+            });
+        });
     }
 }
 
@@ -271,7 +265,7 @@ void RKUnArchiveProgressWindow::changeProgress()
     int total;
     QString fileName;
     {
-        const QMutexLocker locker(&m_lock);
+        const std::lock_guard<std::mutex> locker(m_lock);
         if (!m_reported) {
             return; // nothing reported yet in this run ("準備中" stays)
         }
@@ -302,14 +296,11 @@ void RKUnArchiveProgressWindow::unArchiverArchiveProgress(RQUnZipArchiver*, int 
 void RKUnArchiveProgressWindow::unArchiverArchiveFinished(RQUnZipArchiver*, const QString&)
 {
     const int generation = m_generation.load();
-    QMetaObject::invokeMethod(
-        this,
-        [this, generation] {
-            if (generation == m_generation.load()) {
-                extractionFinished();
-            }
-        },
-        Qt::QueuedConnection);
+    m_mainThread->post([this, generation] {
+        if (generation == m_generation.load()) {
+            extractionFinished();
+        }
+    });
 }
 
 void RKUnArchiveProgressWindow::unArchiverArchiveCancelled(RQUnZipArchiver*)
@@ -319,7 +310,7 @@ void RKUnArchiveProgressWindow::unArchiverArchiveCancelled(RQUnZipArchiver*)
 
 void RKUnArchiveProgressWindow::unArchiverArchiveError(RQUnZipArchiver*, const RQError& errror)
 {
-    const QMutexLocker locker(&m_lock);
+    const std::lock_guard<std::mutex> locker(m_lock);
     m_errors.append(errror);
 }
 
@@ -347,7 +338,7 @@ void RKUnArchiveProgressWindow::fileCopyUtilCopyCanceled(RKFileCopyUtil*)
 void RKUnArchiveProgressWindow::fileCopyUtilCopyError(RKFileCopyUtil*, const RQError& errror)
 {
     {
-        const QMutexLocker locker(&m_lock);
+        const std::lock_guard<std::mutex> locker(m_lock);
         m_errors.append(errror);
     }
     postClose(Ending::Failed);

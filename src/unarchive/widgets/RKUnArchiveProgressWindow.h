@@ -10,15 +10,16 @@
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QList>
-#include <QMutex>
 #include <QString>
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 class QLabel;
 class QProgressBar;
 class QPushButton;
+class RKMainThreadQueue;
 
 namespace Ui {
 class RKUnArchiveProgressWindow;
@@ -119,7 +120,7 @@ private:
     QString m_usedPassword;
 
     // Written by the workers, read by the display update.
-    mutable QMutex m_lock;
+    mutable std::mutex m_lock;
     Phase m_phase = Phase::UnArchive;
     bool m_reported = false; // a phase reported progress in this run
     int prgValue = 0;
@@ -128,4 +129,5 @@ private:
     QList<RQError> m_errors;
     std::atomic<bool> m_updatePosted{false};
     QElapsedTimer m_lastUpdate; // main thread
+    RKMainThreadQueue* m_mainThread = nullptr;
 };
