@@ -29,17 +29,20 @@ if [ -d /dev/shm ] && [ -w /dev/shm ]; then
   export TMPDIR=/dev/shm
 fi
 
-# The target caps the size of every file the process writes (RLIMIT_FSIZE),
-# which would also silence its own reports once a log file that stands for
-# standard output or error (a CI log, say) is past the cap: its output goes
-# through a pipe, to which the cap does not apply.
+# The target caps the size of every file the process writes (RLIMIT_FSIZE)
+# and ignores the signal that the cap raises, so that an extracted file past
+# it fails like one on a full disk: libFuzzer must not turn that signal into
+# a failure of its own (-handle_xfsz=0). The cap would also silence the
+# fuzzer's reports once a log file that stands for standard output or error
+# (a CI log, say) is past it: its output goes through a pipe, to which the
+# cap does not apply.
 shopt -s nullglob
 reproducers=(fuzz/reproducers/zip-reader/*)
 if [ ${#reproducers[@]} -gt 0 ]; then
-  "$fuzzer" -rss_limit_mb=2048 -malloc_limit_mb=1024 "${reproducers[@]}" 2>&1 | cat
+  "$fuzzer" -handle_xfsz=0 -rss_limit_mb=2048 -malloc_limit_mb=1024 "${reproducers[@]}" 2>&1 | cat
 fi
 
 mkdir -p build/fuzz/corpus build/fuzz/findings
-"$fuzzer" -max_total_time="$seconds" -rss_limit_mb=2048 -malloc_limit_mb=1024 -timeout=30 \
+"$fuzzer" -max_total_time="$seconds" -handle_xfsz=0 -rss_limit_mb=2048 -malloc_limit_mb=1024 -timeout=30 \
   -max_len=65536 -print_final_stats=1 -artifact_prefix=build/fuzz/findings/ "$@" \
   build/fuzz/corpus fuzz/corpus/zip-reader 2>&1 | cat
