@@ -6,15 +6,18 @@
 #include "app/widgets/RKLogoImageView.h"
 #include "app/widgets/RKTopView.h"
 #include "app/widgets/RKTopWindow.h"
+#include "platform/SRCommon.h"
 #include "settings/RKSetting.h"
 #include "support/TestEnvironment.h"
 #include "ui/RKPreferenceWindow.h"
 #include "ui/RKProfilePopUpButton.h"
 #include "ui/RKUnArchiveProfilePopUpButton.h"
+#include "ui/SRValidator.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QDesktopServices>
+#include <QMenuBar>
 #include <QMimeData>
 #include <QPushButton>
 #include <QTableWidget>
@@ -150,6 +153,24 @@ TEST_F(DropWindowTest, PreferencesCommandRunsTheWindowThenTheListsAreShownAnew)
     ASSERT_EQ(shown.size(), 2);
     EXPECT_EQ(shown[0], shown[1]);
     EXPECT_EQ(app.preferenceWindow(), shown[0]);
+}
+
+// The drop window's menu is the main menu that shortcut recorders check: its
+// keys cannot become a profile's or the password combination.
+TEST_F(DropWindowTest, MenuKeysAreTakenForRecorders)
+{
+    TestAppDelegate app;
+    ASSERT_EQ(SRValidator::mainMenu(), app.window()->menuBar());
+    SRValidator validator;
+    // Control with the keys of ",", Q and F1.
+    const std::tuple<qint64, quint32, const char16_t*> rows[] = {
+        {43, SRCarbonControlFlag, u"環境設定…"}, {12, SRCarbonControlFlag, u"終了"}, {122, 0, u"MOKUZA-FULL ヘルプ"}};
+    for (const auto& [keyCode, flags, title] : rows) {
+        SRValidationError error;
+        EXPECT_TRUE(validator.isKeyCodeAndFlagsTakenInMenu(keyCode, flags, SRValidator::mainMenu(), &error));
+        EXPECT_TRUE(error.localizedRecoverySuggestion.contains(QString::fromUtf16(title)))
+            << error.localizedRecoverySuggestion.toStdString();
+    }
 }
 
 // --- logo and help ----------------------------------------------------------------------
