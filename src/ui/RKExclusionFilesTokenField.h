@@ -5,9 +5,10 @@
 #include <QStringList>
 
 // The field in which exclusion patterns are edited: the patterns joined by
-// ",". A pattern completed with "," or Return is not added when the field
-// holds it already; when editing ends, later repeats are removed (the first
-// occurrence wins, exact comparison).
+// ",". A pattern completed with "," or Return (the text before the cursor in
+// its piece) is not added when the field holds it already, and neither is a
+// pasted or dropped pattern; when editing ends, later repeats are removed
+// (the first occurrence wins, exact comparison).
 class RKExclusionFilesTokenField : public QLineEdit
 {
     Q_OBJECT
@@ -34,12 +35,23 @@ public:
 public slots:
     void textDidEndEditing();
 
+    // Inserts pasted text at the cursor (over the selection), leaving out
+    // each piece that would repeat a pattern of the field or an earlier
+    // piece of the paste. A piece is compared as it will stand: the first
+    // joined to the text before the cursor, the last to the text after it.
+    void pastePieces(const QString& pasted);
+
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
-    // Checks the token at the cursor as one being added; false when it was a
-    // repeat and has been taken out again. typingOn: a separator was typed,
-    // so the one before the token stays for the next token.
-    bool completeToken(bool typingOn);
+    // Checks the text before the cursor in its piece as a pattern being
+    // added; false when it was a repeat and has been taken out again (the
+    // text after the cursor stays). separatorTyped: the separator before the
+    // pattern stays for what follows; after Return a piece left empty goes
+    // with a separator.
+    bool completeToken(bool separatorTyped);
 };

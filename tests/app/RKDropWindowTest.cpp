@@ -1,19 +1,28 @@
-// The drop window: what a drag may bring, the pop-ups it shows, the logo and
-// the help page it opens.
+// The drop window: what a drag may bring, the pop-ups it shows, the
+// preferences and the help page it opens.
 #include "app/AppTestSupport.h"
 #include "app/widgets/RKDroppableView.h"
 #include "app/widgets/RKDroppableViewDelegate.h"
 #include "app/widgets/RKLogoImageView.h"
 #include "app/widgets/RKTopView.h"
 #include "app/widgets/RKTopWindow.h"
+#include "platform/SRCommon.h"
 #include "settings/RKSetting.h"
 #include "support/TestEnvironment.h"
+#include "ui/RKPreferenceWindow.h"
 #include "ui/RKProfilePopUpButton.h"
 #include "ui/RKUnArchiveProfilePopUpButton.h"
+#include "ui/SRValidator.h"
 
+#include <QAction>
+#include <QApplication>
 #include <QDesktopServices>
+#include <QMenuBar>
 #include <QMimeData>
+#include <QPushButton>
+#include <QTableWidget>
 #include <QTest>
+#include <QTimer>
 #include <QUrl>
 #include <gtest/gtest.h>
 
@@ -112,6 +121,56 @@ TEST_F(DropWindowTest, ShowsTheProfilesLastUsedFromIt)
     EXPECT_EQ(view->profilePopUp()->currentIndex(), 3);
     EXPECT_EQ(view->unArchiveProfilePopUp()->currentIndex(), 1);
     EXPECT_FALSE(view->logoImageView()->pixmap().isNull()) << "AppIconFULL is built in";
+}
+
+// The Preferences command runs the preferences window modally over the drop
+// window, made once and then reused; the drop window's pop-ups then show the
+// lists as they were left, keeping the profile each showed.
+TEST_F(DropWindowTest, PreferencesCommandRunsTheWindowThenTheListsAreShownAnew)
+{
+    TestAppDelegate app;
+    app.window()->show();
+    RKTopView* view = app.window()->topView();
+    view->profilePopUp()->setCurrentIndex(2);
+    QList<RKPreferenceWindow*> shown;
+    const auto copyFirstProfileAndClose = [&] {
+        auto* preferences = qobject_cast<RKPreferenceWindow*>(QApplication::activeModalWidget());
+        ASSERT_NE(preferences, nullptr);
+        shown.append(preferences);
+        EXPECT_EQ(preferences->parentWidget(), app.window());
+        EXPECT_EQ(preferences->modalParentWindow(), app.window());
+        auto* table = preferences->findChild<QTableWidget*>(QStringLiteral("zipProfileTableView"));
+        table->selectRow(0);
+        preferences->findChild<QPushButton*>(QStringLiteral("zipProfileCopyButton"))->click();
+        preferences->findChild<QPushButton*>(QStringLiteral("btnDone"))->click();
+    };
+    for (const int profiles : {6, 7}) {
+        QTimer::singleShot(0, app.window(), copyFirstProfileAndClose);
+        app.window()->findChild<QAction*>(QStringLiteral("doPrefernces"))->trigger();
+        EXPECT_EQ(view->profilePopUp()->count(), profiles);
+        EXPECT_EQ(view->profilePopUp()->currentIndex(), 2);
+    }
+    ASSERT_EQ(shown.size(), 2);
+    EXPECT_EQ(shown[0], shown[1]);
+    EXPECT_EQ(app.preferenceWindow(), shown[0]);
+}
+
+// The drop window's menu is the main menu that shortcut recorders check: its
+// keys cannot become a profile's or the password combination.
+TEST_F(DropWindowTest, MenuKeysAreTakenForRecorders)
+{
+    TestAppDelegate app;
+    ASSERT_EQ(SRValidator::mainMenu(), app.window()->menuBar());
+    SRValidator validator;
+    // Control with the keys of ",", Q and F1.
+    const std::tuple<qint64, quint32, const char16_t*> rows[] = {
+        {43, SRCarbonControlFlag, u"環境設定…"}, {12, SRCarbonControlFlag, u"終了"}, {122, 0, u"MOKUZA-FULL ヘルプ"}};
+    for (const auto& [keyCode, flags, title] : rows) {
+        SRValidationError error;
+        EXPECT_TRUE(validator.isKeyCodeAndFlagsTakenInMenu(keyCode, flags, SRValidator::mainMenu(), &error));
+        EXPECT_TRUE(error.localizedRecoverySuggestion.contains(QString::fromUtf16(title)))
+            << error.localizedRecoverySuggestion.toStdString();
+    }
 }
 
 // --- logo and help ----------------------------------------------------------------------

@@ -15,6 +15,8 @@
 #include "results/widgets/RKProcessResultWindow.h"
 #include "settings/RKPasswordProvider.h"
 #include "settings/RKSetting.h"
+#include "ui/RKPreferenceWindow.h"
+#include "ui/RKWindowPlacement.h"
 #include "unarchive/RKUnArchiveMultiAnyTime.h"
 #include "unarchive/RKUnArchiveMultiSameSource.h"
 #include "unarchive/RKUnArchiveMultiStaticFolder.h"
@@ -332,14 +334,16 @@ void RKAppDelegate::onJobFinished()
 
 void RKAppDelegate::doPrefernces()
 {
-    QMessageBox box(m_window.get());
-    box.setWindowTitle(RKAppInfo::applicationTitle());
-    box.setIcon(QMessageBox::Information);
-    box.setText(QString::fromUtf16(u"環境設定はまだ利用できません。"));
-    box.setInformativeText(
-        QString::fromUtf16(u"プロファイルは起動時に用意された既定のものを使います。"));
-    box.addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
-    box.exec();
+    if (!m_preferenceWindow) {
+        m_preferenceWindow = new RKPreferenceWindow(m_window.get());
+        m_preferenceWindow->adjustSize();
+    }
+    m_preferenceWindow->startDialog(m_window.get());
+    RKCentreOver(m_preferenceWindow, m_window.get());
+    m_preferenceWindow->setWindowModality(Qt::ApplicationModal);
+    m_preferenceWindow->raise();
+    m_preferenceWindow->activateWindow();
+    m_preferenceWindow->exec();
     // The lists may have changed meanwhile: show them again, keeping what
     // each pop-up showed.
     m_window->topView()->reloadProfilePopUps();

@@ -14,6 +14,7 @@
 class QWidget;
 class RKArchiveBase;
 class RKProcessResultWindow;
+class RKPreferenceWindow;
 class RKProgressWindow;
 class RKTopWindow;
 class RKUnArchiveBase;
@@ -68,11 +69,15 @@ public:
     void showMixedItemsAlert(bool terminateAfterwards);
 
     // --- menu commands --------------------------------------------------------
+    // Runs the preferences modally over the drop window (made on first use,
+    // then reused), then shows the drop window's pop-ups anew.
     void doPrefernces();
     void doHelp();
 
     // --- state ----------------------------------------------------------------
     RKTopWindow* window() const { return m_window.get(); }
+    // nullptr until the preferences were first opened.
+    RKPreferenceWindow* preferenceWindow() const { return m_preferenceWindow; }
     bool isDockProcessing() const { return m_isDockProcessing; }
     void setReserveExit(bool reserveExit) { m_reserveExit = reserveExit; }
     const std::shared_ptr<RKArchiveBase>& archiver() const { return m_archiver; }
@@ -116,6 +121,7 @@ private:
 
     // Declared first, so destroyed last: the jobs keep a pointer to it.
     std::unique_ptr<RKTopWindow> m_window;
+    RKPreferenceWindow* m_preferenceWindow = nullptr;
     RKProgressWindow* m_progressWindow = nullptr;
     RKUnArchiveProgressWindow* m_unArchveProgressWindow = nullptr;
     RKProcessResultWindow* m_processResultWindow = nullptr;

@@ -12,6 +12,20 @@
 #include <QKeySequence>
 #include <QMenuBar>
 
+namespace {
+
+// The desktop's key for a standard command, or ours where the desktop names
+// none (Qt knows no preferences key outside macOS, and some platforms no
+// quit key): every command keeps a key, and the shortcut recorders refuse
+// the keys of this menu.
+QKeySequence desktopKeyOr(QKeySequence::StandardKey command, const QString& fallback)
+{
+    const QList<QKeySequence> desktopKeys = QKeySequence::keyBindings(command);
+    return desktopKeys.isEmpty() ? QKeySequence(fallback) : desktopKeys.first();
+}
+
+} // namespace
+
 RKTopWindow::RKTopWindow(RKAppDelegate* appDelegate, QWidget* parent)
     : QMainWindow(parent)
 {
@@ -36,19 +50,19 @@ void RKTopWindow::buildMenu(RKAppDelegate* appDelegate)
     QMenu* fileMenu = menuBar()->addMenu(QString::fromUtf16(u"ファイル(&F)"));
     QAction* preferences = fileMenu->addAction(QString::fromUtf16(u"環境設定…"));
     preferences->setObjectName(QStringLiteral("doPrefernces"));
-    preferences->setShortcut(QKeySequence::Preferences);
+    preferences->setShortcut(desktopKeyOr(QKeySequence::Preferences, QStringLiteral("Ctrl+,")));
     preferences->setMenuRole(QAction::PreferencesRole);
     connect(preferences, &QAction::triggered, appDelegate, &RKAppDelegate::doPrefernces);
     fileMenu->addSeparator();
     QAction* quit = fileMenu->addAction(QString::fromUtf16(u"終了"));
-    quit->setShortcut(QKeySequence::Quit);
+    quit->setShortcut(desktopKeyOr(QKeySequence::Quit, QStringLiteral("Ctrl+Q")));
     quit->setMenuRole(QAction::QuitRole);
     connect(quit, &QAction::triggered, this, &QWidget::close);
 
     QMenu* helpMenu = menuBar()->addMenu(QString::fromUtf16(u"ヘルプ(&H)"));
     QAction* help = helpMenu->addAction(QString::fromUtf16(u"MOKUZA-FULL ヘルプ"));
     help->setObjectName(QStringLiteral("doHelp"));
-    help->setShortcut(QKeySequence::HelpContents);
+    help->setShortcut(desktopKeyOr(QKeySequence::HelpContents, QStringLiteral("F1")));
     connect(help, &QAction::triggered, appDelegate, &RKAppDelegate::doHelp);
 
     // Shortcut recorders refuse the combinations of this menu.
