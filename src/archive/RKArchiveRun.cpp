@@ -90,7 +90,7 @@ void RKArchiveRun::doArchive(const QStringList& paths, const RKProfileSetting& a
     m_lastProgressShown.invalidate();
 
     m_usedPassword = RKPasswordProvider::Password(passwordWindow(), m_profile);
-    if (m_canselRequested) {
+    if (m_canselRequested || stopRequested()) {
         // Cancelled while the password was asked for: nothing is written.
         handToMainThread([this] { closeArchive(-1); });
         return;

@@ -81,6 +81,9 @@ protected:
     // The display hooks, all on the main thread.
     // Parent of the manual password window.
     virtual QObject* passwordWindow() { return nullptr; }
+    // True when the front end was told to stop everything: an archive whose
+    // password has been worked out is then not started.
+    virtual bool stopRequested() const { return false; }
     // The writer announced its number of steps.
     virtual void archiveStarted(int total);
     // Show progress().

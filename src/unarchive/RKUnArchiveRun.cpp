@@ -86,6 +86,11 @@ void RKUnArchiveRun::doUnArchive(const QString& archivePath,
     }
     m_usedPassword = QString();
 
+    if (stopRequested()) {
+        m_tempUrl.clear();
+        postClose(Ending::Cancelled);
+        return;
+    }
     m_tempUrl = RKWorkingFolder::make(unArchiver->hash());
     if (m_tempUrl.isEmpty()) {
         // Nowhere private to extract to: nothing is extracted in the open.
@@ -99,7 +104,7 @@ void RKUnArchiveRun::doUnArchive(const QString& archivePath,
         RKPasswordPrompt* prompt = RKPasswordPrompt::current();
         const QString typed = prompt ? prompt->askUnArchivePassword(promptWindow()) : QString();
         m_usedPassword = typed.isNull() ? QString(QLatin1String("")) : typed;
-        if (m_cancelRequested) {
+        if (m_cancelRequested || stopRequested()) {
             // Cancelled while the password was asked for: nothing is extracted.
             postClose(Ending::Cancelled);
             return;

@@ -74,6 +74,9 @@ protected:
     // The display hooks, all on the main thread.
     // Parent of the password prompt and of the placement's panels.
     virtual QObject* promptWindow() { return nullptr; }
+    // True when the front end was told to stop everything: a run that has
+    // not begun extracting then ends as cancelled.
+    virtual bool stopRequested() const { return false; }
     // Show progress().
     virtual void changeProgress() = 0;
     // The run has ended; the reader and the placer are already released.
