@@ -11,6 +11,7 @@ constexpr qint64 kRedrawMs = 100;
 // The rate is not worth showing until the phase has run this long.
 constexpr qint64 kRateAfterMs = 500;
 constexpr int kBarWidth = 24;
+constexpr int kMinBarWidth = 8;
 
 int displayWidth(QChar c)
 {
@@ -22,6 +23,15 @@ int displayWidth(QChar c)
             || (u >= 0xFFE0 && u <= 0xFFE6)
         ? 2
         : 1;
+}
+
+int width(const QString& text)
+{
+    int used = 0;
+    for (const QChar c : text) {
+        used += displayWidth(c);
+    }
+    return used;
 }
 
 QString fitted(const QString& text, int columns)
@@ -73,19 +83,30 @@ QString RKTerminalProgress::barLine(const QString& phase, const QString& label, 
                                     int total, double rate, int columns)
 {
     const double share = total > 0 ? qBound(0.0, double(value) / double(total), 1.0) : 1.0;
-    const int filled = int(share * kBarWidth);
-    QString line = phase + QLatin1Char(' ') + label + QStringLiteral(" [")
-        + QString(filled, QLatin1Char('#')) + QString(kBarWidth - filled, QLatin1Char('-'))
-        + QStringLiteral("] ") + QString::asprintf("%5.1f%%", share * 100.0) + QLatin1Char(' ')
-        + count(value) + QLatin1Char('/') + count(total);
+    QString figures = QStringLiteral("] ") + QString::asprintf("%5.1f%%", share * 100.0)
+        + QLatin1Char(' ') + count(value) + QLatin1Char('/') + count(total);
     if (rate > 0.0) {
-        line += QLatin1Char(' ') + tr("%1 items/s").arg(count(int(rate + 0.5)));
+        figures += QLatin1Char(' ') + tr("%1 items/s").arg(count(int(rate + 0.5)));
         if (value < total) {
-            line += QLatin1Char(' ')
+            figures += QLatin1Char(' ')
                 + tr("%1 left").arg(duration(qint64(double(total - value) / rate + 0.5)));
         }
     }
-    return fitted(line, columns - 1);
+    // The figures matter more than the bar's length, and both more than the
+    // whole archive name: the bar gives way first, then the name.
+    const int room = columns - 1;
+    const int fixed = width(phase) + 1 + 2 + width(figures);
+    const int barWidth = qBound(kMinBarWidth, room - fixed - width(label), kBarWidth);
+    QString shownLabel = label;
+    const int labelRoom = room - fixed - barWidth;
+    if (width(label) > labelRoom && labelRoom >= 4) {
+        shownLabel = fitted(label, labelRoom - 1) + QChar(0x2026);
+    }
+    const int filled = int(share * barWidth);
+    const QString line = phase + QLatin1Char(' ') + shownLabel + QStringLiteral(" [")
+        + QString(filled, QLatin1Char('#')) + QString(barWidth - filled, QLatin1Char('-'))
+        + figures;
+    return fitted(line, room);
 }
 
 void RKTerminalProgress::show(int value, int total, const QString&)

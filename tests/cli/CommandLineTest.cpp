@@ -348,6 +348,7 @@ struct BarCase {
     double rate;
     int columns;
     const char* line;
+    const char* label = "a.zip";
 };
 
 void PrintTo(const BarCase& row, std::ostream* out) { *out << row.name; }
@@ -357,7 +358,8 @@ class BarLine : public ::testing::TestWithParam<BarCase> {};
 TEST_P(BarLine, ShowsShareCountRateAndTimeLeftWithinTheWidth)
 {
     const BarCase& c = GetParam();
-    EXPECT_EQ(RKTerminalProgress::barLine("圧縮中", "a.zip", c.value, c.total, c.rate, c.columns),
+    EXPECT_EQ(RKTerminalProgress::barLine("圧縮中", QString::fromUtf8(c.label), c.value, c.total, c.rate,
+                                          c.columns),
               QString::fromUtf8(c.line));
 }
 
@@ -371,7 +373,12 @@ INSTANTIATE_TEST_SUITE_P(
                 "圧縮中 a.zip [------------------------]   0.0% 1/20000 4 items/s 1:23:20 left"},
         BarCase{"Done", 8, 8, 2.0, 120, "圧縮中 a.zip [########################] 100.0% 8/8 2 items/s"},
         BarCase{"NothingToDo", 0, 0, -1, 120, "圧縮中 a.zip [########################] 100.0% 0/0"},
-        // A wide character takes two columns: 6 + 1 + 5 + 2 = 14 of 15.
+        // The bar gives way to the figures, then the name; a wide character
+        // takes two columns.
+        BarCase{"NarrowTerminalShortensTheBar", 3, 8, 2.0, 60,
+                "圧縮中 a.zip [####---------]  37.5% 3/8 2 items/s 0:03 left"},
+        BarCase{"LongNameIsShortened", 3, 8, 2.0, 60,
+                "圧縮中 とても長… [###-----]  37.5% 3/8 2 items/s 0:03 left", "とても長い名前のアーカイブ.zip"},
         BarCase{"CutToTheWidth", 3, 8, 2.0, 16, "圧縮中 a.zip [#"}),
     [](const auto& info) { return std::string(info.param.name); });
 
