@@ -79,6 +79,20 @@ std::optional<QString> valueOf(const QString& name, const QStringList& arguments
     return arguments.at(++i);
 }
 
+// "    1 * Mac To Win": number, the mark of the profile used by default, name.
+template <typename Profile>
+QString profileLines(const QList<Profile>& profiles, const QString& defaultID)
+{
+    QString text;
+    for (qsizetype i = 0; i < profiles.size(); ++i) {
+        text += QStringLiteral("  %1 %2 %3\n")
+                    .arg(i + 1, 3)
+                    .arg(profiles[i].profileID == defaultID ? QLatin1Char('*') : QLatin1Char(' '))
+                    .arg(profiles[i].profileName);
+    }
+    return text;
+}
+
 QString absolutePath(const QString& path, const QString& workingFolder)
 {
     return QDir::cleanPath(QDir(workingFolder).absoluteFilePath(path));
@@ -216,26 +230,12 @@ int RKCommandLine::run(const Options& options)
 int RKCommandLine::listProfiles()
 {
     const RKSetting setting = RKSetting::Setting();
-    QString text = tr("Archive profiles (compress):") + QLatin1Char('\n');
-    for (qsizetype i = 0; i < setting.archiveProfiles.size(); ++i) {
-        const RKProfileSetting& profile = setting.archiveProfiles[i];
-        const bool fileManager = profile.profileID == setting.finderDragArchiveProfileID;
-        text += QStringLiteral("  %1 %2 %3\n")
-                    .arg(i + 1, 3)
-                    .arg(fileManager ? QLatin1Char('*') : QLatin1Char(' '))
-                    .arg(profile.profileName);
-    }
-    text += tr("Unarchive profiles (extract):") + QLatin1Char('\n');
-    for (qsizetype i = 0; i < setting.unArchiveProfiles.size(); ++i) {
-        const RKUnArchiveProfileSetting& profile = setting.unArchiveProfiles[i];
-        const bool fileManager = profile.profileID == setting.finderDragUnArchiveProfileID;
-        text += QStringLiteral("  %1 %2 %3\n")
-                    .arg(i + 1, 3)
-                    .arg(fileManager ? QLatin1Char('*') : QLatin1Char(' '))
-                    .arg(profile.profileName);
-    }
-    text += tr("* the profile used when none is given (the file manager's)") + QLatin1Char('\n');
-    RKTerminal::writeOutput(text);
+    RKTerminal::writeOutput(
+        tr("Archive profiles (compress):") + QLatin1Char('\n')
+        + profileLines(setting.archiveProfiles, setting.finderDragArchiveProfileID)
+        + tr("Unarchive profiles (extract):") + QLatin1Char('\n')
+        + profileLines(setting.unArchiveProfiles, setting.finderDragUnArchiveProfileID)
+        + tr("* the profile used when none is given (the file manager's)") + QLatin1Char('\n'));
     return ExitDone;
 }
 

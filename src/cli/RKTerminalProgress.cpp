@@ -116,9 +116,13 @@ void RKTerminalProgress::show(int value, int total, const QString&)
     const qint64 elapsed = m_started.elapsed();
     const double rate = elapsed >= kRateAfterMs && value > 0 ? value * 1000.0 / double(elapsed) : -1.0;
     if (m_bar) {
-        if (m_lastDrawn.isValid() && m_lastDrawn.elapsed() < kRedrawMs && value < total) {
+        const bool sameAsShown = m_shown && value == m_drawnValue && total == m_drawnTotal;
+        if (sameAsShown
+            || (m_lastDrawn.isValid() && m_lastDrawn.elapsed() < kRedrawMs && value < total)) {
             return;
         }
+        m_drawnValue = value;
+        m_drawnTotal = total;
         m_lastDrawn.start();
         RKTerminal::setStatusLineShown(false); // redrawn over, not cleared first
         RKTerminal::writeError(QStringLiteral("\r")

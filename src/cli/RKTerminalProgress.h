@@ -41,4 +41,6 @@ private:
     bool m_shown = false;
     int m_value = 0;
     int m_total = 0;
+    int m_drawnValue = -1;
+    int m_drawnTotal = -1;
 };

@@ -4,6 +4,9 @@
 
 #include <QDBusConnection>
 
+#include <csignal>
+#include <sys/prctl.h>
+
 PrivateSessionBus::PrivateSessionBus()
 {
     const QString config = m_dir.filePath(QStringLiteral("bus.conf"));
@@ -11,6 +14,9 @@ PrivateSessionBus::PrivateSessionBus()
         config, "<busconfig><type>session</type><listen>unix:tmpdir=" + m_dir.path().toUtf8()
                     + "</listen><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
                       "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
+    // A test that dies must not leave its bus behind (holding whatever the
+    // test inherited, such as the build lock).
+    m_daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     m_daemon.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--config-file=") + config,
                                                    QStringLiteral("--nofork"),
                                                    QStringLiteral("--print-address=1")});
