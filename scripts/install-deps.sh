@@ -18,6 +18,9 @@ PACKAGES=(
   xvfb xauth xdotool x11-utils x11-xkb-utils dbus dbus-x11 python3 python3-dbus python3-gi gir1.2-glib-2.0
   # sanitizer runs and the fuzz target (libFuzzer, readable stack traces)
   clang libclang-rt-14-dev llvm
+  # the Debian package: icons drawn from the SVG, package tools, checks of the
+  # desktop entry and the AppStream file
+  librsvg2-bin dpkg-dev desktop-file-utils appstream
   # interop peers
   zip unzip p7zip-full libarchive-tools
   # benchmarks (peak memory of a run)

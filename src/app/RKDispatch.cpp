@@ -1,6 +1,18 @@
 #include "app/RKDispatch.h"
 
+#include "archive/RKArchiveMultiAnyTime.h"
+#include "archive/RKArchiveMultiSameSource.h"
+#include "archive/RKArchiveMultiStaticFolder.h"
+#include "archive/RKArchiveSingleAnyTime.h"
+#include "archive/RKArchiveSingleSameSource.h"
+#include "archive/RKArchiveSingleStaticFolder.h"
 #include "platform/RKKeyStatus.h"
+#include "unarchive/RKUnArchiveMultiAnyTime.h"
+#include "unarchive/RKUnArchiveMultiSameSource.h"
+#include "unarchive/RKUnArchiveMultiStaticFolder.h"
+#include "unarchive/RKUnArchiveSingleAnyTime.h"
+#include "unarchive/RKUnArchiveSingleSameSource.h"
+#include "unarchive/RKUnArchiveSingleStaticFolder.h"
 
 #include <QFileInfo>
 
@@ -95,6 +107,65 @@ UnArchiveJobClass unArchiveJobClass(qsizetype pathCount, qint32 saveLocation)
                                              UnArchiveJobClass::MultiSameSource,
                                              UnArchiveJobClass::MultiStaticFolder};
     return pathCount == 1 ? single[saveLocation] : many[saveLocation];
+}
+
+namespace {
+
+template <typename Job, typename Profile>
+std::shared_ptr<Job> makeJob(const QStringList& paths, const Profile& profile, QObject* window)
+{
+    return std::make_shared<Job>(paths, profile, window);
+}
+
+} // namespace
+
+std::shared_ptr<RKArchiveBase> makeArchiveJob(RKDispatch::ArchiveJobClass jobClass,
+                                              const QStringList& paths,
+                                              const RKProfileSetting& profile, QObject* window)
+{
+    using C = RKDispatch::ArchiveJobClass;
+    switch (jobClass) {
+    case C::SingleAnyTime:
+        return makeJob<RKArchiveSingleAnyTime>(paths, profile, window);
+    case C::SingleSameSource:
+        return makeJob<RKArchiveSingleSameSource>(paths, profile, window);
+    case C::SingleStaticFolder:
+        return makeJob<RKArchiveSingleStaticFolder>(paths, profile, window);
+    case C::MultiAnyTime:
+        return makeJob<RKArchiveMultiAnyTime>(paths, profile, window);
+    case C::MultiSameSource:
+        return makeJob<RKArchiveMultiSameSource>(paths, profile, window);
+    case C::MultiStaticFolder:
+        return makeJob<RKArchiveMultiStaticFolder>(paths, profile, window);
+    case C::None:
+        break;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<RKUnArchiveBase> makeUnArchiveJob(RKDispatch::UnArchiveJobClass jobClass,
+                                                  const QStringList& paths,
+                                                  const RKUnArchiveProfileSetting& profile,
+                                                  QObject* window)
+{
+    using C = RKDispatch::UnArchiveJobClass;
+    switch (jobClass) {
+    case C::SingleAnyTime:
+        return makeJob<RKUnArchiveSingleAnyTime>(paths, profile, window);
+    case C::SingleSameSource:
+        return makeJob<RKUnArchiveSingleSameSource>(paths, profile, window);
+    case C::SingleStaticFolder:
+        return makeJob<RKUnArchiveSingleStaticFolder>(paths, profile, window);
+    case C::MultiAnyTime:
+        return makeJob<RKUnArchiveMultiAnyTime>(paths, profile, window);
+    case C::MultiSameSource:
+        return makeJob<RKUnArchiveMultiSameSource>(paths, profile, window);
+    case C::MultiStaticFolder:
+        return makeJob<RKUnArchiveMultiStaticFolder>(paths, profile, window);
+    case C::None:
+        break;
+    }
+    return nullptr;
 }
 
 QString className(ArchiveJobClass jobClass)

@@ -1,12 +1,15 @@
 #pragma once
 
+#include "archive/RKArchiveBase.h"
 #include "settings/RKProfileSetting.h"
 #include "settings/RKSetting.h"
 #include "settings/RKUnArchiveProfileSetting.h"
+#include "unarchive/RKUnArchiveBase.h"
 
 #include <QString>
 #include <QStringList>
 
+#include <memory>
 #include <optional>
 
 // The decisions of the request dispatch that need no window: what the items
@@ -50,6 +53,15 @@ enum class UnArchiveJobClass {
 ArchiveJobClass archiveJobClass(qsizetype pathCount, qint32 archiveMode, qint32 saveLocation);
 // The unarchive job class from the item count and saveLocation alone.
 UnArchiveJobClass unArchiveJobClass(qsizetype pathCount, qint32 saveLocation);
+
+// A job of the class for the request, not yet started; nullptr for None.
+// window: parent of the job's panels and centre of its windows (may be null).
+std::shared_ptr<RKArchiveBase> makeArchiveJob(ArchiveJobClass jobClass, const QStringList& paths,
+                                              const RKProfileSetting& profile, QObject* window);
+std::shared_ptr<RKUnArchiveBase> makeUnArchiveJob(UnArchiveJobClass jobClass,
+                                                  const QStringList& paths,
+                                                  const RKUnArchiveProfileSetting& profile,
+                                                  QObject* window);
 
 // "RKArchiveSingleAnyTime" …, or an empty string for None.
 QString className(ArchiveJobClass jobClass);

@@ -4,6 +4,7 @@
 #include "app/widgets/RKLogoImageView.h"
 #include "app/widgets/RKTopWindow.h"
 #include "platform/RKAppInfo.h"
+#include "platform/RKLauncherEntry.h"
 #include "platform/RKPanelService.h"
 #include "settings/RKPasswordPrompt.h"
 #include "ui/RKQtPanelService.h"
@@ -90,6 +91,8 @@ int main(int argc, char** argv)
     RKPanelService::setCurrent(&panels);
     RKAppPasswordPrompt passwordPrompt;
     RKPasswordPrompt::setCurrent(&passwordPrompt);
+    RKLauncherEntry launcherEntry;
+    RKTaskbarProgress::setCurrent(&launcherEntry);
 
     int exitCode = 0;
     {
@@ -120,6 +123,7 @@ int main(int argc, char** argv)
         exitCode = QApplication::exec();
     }
 
+    RKTaskbarProgress::setCurrent(nullptr);
     RKPasswordPrompt::setCurrent(nullptr);
     RKPanelService::setCurrent(nullptr);
     staleWorkingFolders.join();

@@ -4,6 +4,7 @@
 #include "platform/RKAppInfo.h"
 #include "platform/RKJobHost.h"
 #include "platform/RKPanelService.h"
+#include "platform/RKTaskbarProgress.h"
 #include "results/RKProcessResultInfo.h"
 #include "results/RKResultDisplay.h"
 #include "settings/RKFilterProvider.h"
@@ -122,6 +123,7 @@ void RKArchiveBase::doArchive()
             : QStringList();
         // The runner's code is not consulted: a cancelled archive ends only
         // itself and the job goes on with the next one.
+        RKTaskbarProgress::startingArchive(m_indexOfPaths, m_savePaths.size());
         runner->runArchive(m_window, contents, m_profile, url);
 
         RKProcessResultInfo info;
@@ -132,6 +134,7 @@ void RKArchiveBase::doArchive()
         info.verify.crc = runner->verifyCrc();
         results.append(info);
     }
+    RKTaskbarProgress::endOfJob();
 
     // The stored profile decides, not the job's copy: the password window of
     // this very job may have changed it.

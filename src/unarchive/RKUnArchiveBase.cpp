@@ -3,6 +3,7 @@
 #include "platform/RKAppInfo.h"
 #include "platform/RKJobHost.h"
 #include "platform/RKPanelService.h"
+#include "platform/RKTaskbarProgress.h"
 #include "results/RKResultDisplay.h"
 #include "unarchive/RKUnArchiveRunner.h"
 
@@ -74,6 +75,7 @@ void RKUnArchiveBase::decisionSavePaths(const QStringList& savePaths)
     QList<RKProcessResultInfo> results;
     for (qsizetype i = 0; i < m_savePaths.size(); ++i) {
         const QString archive = m_items.value(i);
+        RKTaskbarProgress::startingArchive(i, m_savePaths.size());
         runner->runUnArchive(m_window, archive, m_profile, m_savePaths[i]);
 
         RKProcessResultInfo result;
@@ -83,6 +85,7 @@ void RKUnArchiveBase::decisionSavePaths(const QStringList& savePaths)
         results.append(result);
         ++m_indexOfPaths;
     }
+    RKTaskbarProgress::endOfJob();
 
     if (RKResultDisplay* display = host->processResultWindow()) {
         display->showResults(m_window, results);

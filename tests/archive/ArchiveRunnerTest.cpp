@@ -4,10 +4,14 @@
 
 #include "archive/RKArchiveBase.h"
 #include "archive/widgets/RKProgressWindow.h"
+#include "platform/RKLauncherEntry.h"
 #include "settings/RKSetting.h"
+#include "support/PrivateSessionBus.h"
 #include "support/TestEnvironment.h"
 #include "support/jobs/ScriptedServices.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QFileInfo>
 #include <QLabel>
 #include <QPointer>
@@ -209,4 +213,71 @@ TEST_F(Runner, JobAsksEveryPasswordOverTheRunnerAndACancelEndsOnlyItsArchive)
     EXPECT_TRUE(TestEnvironment::waitFor([&] { return watched.isNull(); }));
 }
 
+// A dock: records every launcher-entry update it hears on the bus.
+class Dock : public QObject
+{
+    Q_OBJECT
+
+public:
+    QStringList uris;
+    QList<QVariantMap> updates;
+
+public slots:
+    void Update(const QString& uri, const QVariantMap& properties)
+    {
+        uris.append(uri);
+        updates.append(properties);
+    }
+};
+
+// Two archives of a job on a private session bus: the entry shows the share
+// of the whole job and the archives left, and is cleared at the end.
+TEST_F(Runner, TaskBarEntryFollowsTheJobAndIsClearedAtItsEnd)
+{
+    PrivateSessionBus bus;
+    ASSERT_TRUE(bus.connect("app") && bus.connect("dock"));
+    Dock dock;
+    ASSERT_TRUE(QDBusConnection("dock").connect(QString(), QString(), "com.canonical.Unity.LauncherEntry",
+                                                "Update", &dock, SLOT(Update(QString, QVariantMap))));
+    RKLauncherEntry entry("app");
+    RKTaskbarProgress::setCurrent(&entry);
+    const std::shared_ptr<void> uninstall(nullptr, [](void*) { RKTaskbarProgress::setCurrent(nullptr); });
+    makeTree(dir.path(), {"one/1", "one/2", "one/3", "two.txt"});
+    services.host.archiveRunner = &runner;
+    profile.archiveMode = RKProfileSetting::ArchiveModeMulti;
+    profile.saveLocation = RKProfileSetting::SaveLocationStaticFolder;
+    profile.saveStaticFolderPath = dir.filePath("out");
+    auto job = makeJob("MultiStaticFolder", absolute(dir.path(), {"one", "two.txt"}), profile);
+    bool finished = false;
+    QObject::connect(job.get(), &RKArchiveBase::finished, [&] { finished = true; });
+    job->startProcess();
+    ASSERT_TRUE(TestEnvironment::waitFor([&] { return finished; }));
+    // Answered by the bus itself: every signal sent before has been routed.
+    QDBusConnection("app").call(QDBusMessage::createMethodCall(
+        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId"));
+    ASSERT_TRUE(TestEnvironment::waitFor(
+        [&] { return !dock.updates.isEmpty() && !dock.updates.last()["progress-visible"].toBool(); }));
+
+    EXPECT_EQ(dock.uris, QStringList(dock.uris.size(), "application://mokuza-full.desktop"));
+    const QVariantMap first = dock.updates.first();
+    EXPECT_EQ(first["count"].toLongLong(), 2);
+    EXPECT_EQ(first["progress"].toDouble(), 0.0);
+    EXPECT_TRUE(first["progress-visible"].toBool() && first["count-visible"].toBool());
+    QList<qint64> counts;
+    double shown = 0.0;
+    for (qsizetype i = 0; i + 1 < dock.updates.size(); ++i) {
+        const QVariantMap& update = dock.updates[i];
+        EXPECT_GE(update["progress"].toDouble(), shown) << "update " << i << " goes backwards";
+        shown = update["progress"].toDouble();
+        if (counts.isEmpty() || counts.last() != update["count"].toLongLong()) {
+            counts.append(update["count"].toLongLong());
+        }
+    }
+    EXPECT_EQ(counts, (QList<qint64>{2, 1}));
+    EXPECT_EQ(shown, 1.0) << "the last archive's last step is the whole job";
+    EXPECT_FALSE(dock.updates.last()["count-visible"].toBool());
+}
+
 } // namespace
+
+#include "ArchiveRunnerTest.moc"

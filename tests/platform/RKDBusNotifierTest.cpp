@@ -1,10 +1,9 @@
 #include "platform/RKDBusNotifier.h"
+#include "support/PrivateSessionBus.h"
 #include "support/TestEnvironment.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -29,36 +28,21 @@ public slots:
     }
 };
 
-// A message bus of this test only (no service can be started on demand), a
-// client connection for the notifier and, once serve() ran, the fake server.
+// A message bus of this test only, a client connection for the notifier and,
+// once serve() ran, the fake server.
 class RKDBusNotifierTest : public ::testing::Test
 {
 protected:
     void SetUp() override
     {
-        const QString config = m_dir.filePath(QStringLiteral("bus.conf"));
-        TestEnvironment::writeFile(
-            config, "<busconfig><type>session</type><listen>unix:tmpdir=" + m_dir.path().toUtf8()
-                        + "</listen><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-                          "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
-        m_daemon.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--config-file=") + config,
-                                                       QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
-        ASSERT_TRUE(m_daemon.waitForStarted() && m_daemon.waitForReadyRead(10000)) << "dbus-daemon did not start";
-        m_address = QString::fromUtf8(m_daemon.readLine().trimmed());
-        ASSERT_TRUE(QDBusConnection::connectToBus(m_address, QStringLiteral("notifier-client")).isConnected());
-    }
-
-    void TearDown() override
-    {
-        QDBusConnection::disconnectFromBus(QStringLiteral("notifier-client"));
-        QDBusConnection::disconnectFromBus(QStringLiteral("notification-server"));
-        m_daemon.kill();
-        m_daemon.waitForFinished();
+        ASSERT_TRUE(bus.isRunning()) << "dbus-daemon did not start";
+        ASSERT_TRUE(bus.connect(QStringLiteral("notifier-client")));
     }
 
     void serve()
     {
-        QDBusConnection server = QDBusConnection::connectToBus(m_address, QStringLiteral("notification-server"));
+        ASSERT_TRUE(bus.connect(QStringLiteral("notification-server")));
+        QDBusConnection server(QStringLiteral("notification-server"));
         ASSERT_TRUE(server.registerObject(QStringLiteral("/org/freedesktop/Notifications"), &fake,
                                           QDBusConnection::ExportAllSlots));
         ASSERT_TRUE(server.registerService(QStringLiteral("org.freedesktop.Notifications")));
@@ -73,13 +57,9 @@ protected:
         return all;
     }
 
+    PrivateSessionBus bus;
     FakeNotifications fake;
     RKDBusNotifier notifier{QStringLiteral("notifier-client")};
-
-private:
-    QTemporaryDir m_dir;
-    QProcess m_daemon;
-    QString m_address;
 };
 
 // Summary is the title; the body holds subtitle and informative text on lines

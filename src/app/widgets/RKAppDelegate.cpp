@@ -4,12 +4,6 @@
 #include "app/widgets/RKHelpLauncher.h"
 #include "app/widgets/RKTopView.h"
 #include "app/widgets/RKTopWindow.h"
-#include "archive/RKArchiveMultiAnyTime.h"
-#include "archive/RKArchiveMultiSameSource.h"
-#include "archive/RKArchiveMultiStaticFolder.h"
-#include "archive/RKArchiveSingleAnyTime.h"
-#include "archive/RKArchiveSingleSameSource.h"
-#include "archive/RKArchiveSingleStaticFolder.h"
 #include "archive/widgets/RKProgressWindow.h"
 #include "platform/RKAppInfo.h"
 #include "results/widgets/RKProcessResultWindow.h"
@@ -17,77 +11,12 @@
 #include "settings/RKSetting.h"
 #include "ui/RKPreferenceWindow.h"
 #include "ui/RKWindowPlacement.h"
-#include "unarchive/RKUnArchiveMultiAnyTime.h"
-#include "unarchive/RKUnArchiveMultiSameSource.h"
-#include "unarchive/RKUnArchiveMultiStaticFolder.h"
-#include "unarchive/RKUnArchiveSingleAnyTime.h"
-#include "unarchive/RKUnArchiveSingleSameSource.h"
-#include "unarchive/RKUnArchiveSingleStaticFolder.h"
 #include "unarchive/widgets/RKUnArchiveProgressWindow.h"
 
 #include <QCoreApplication>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
-
-namespace {
-
-template <typename Job, typename Profile>
-std::shared_ptr<Job> makeJob(const QStringList& paths, const Profile& profile, QObject* window)
-{
-    return std::make_shared<Job>(paths, profile, window);
-}
-
-std::shared_ptr<RKArchiveBase> makeArchiveJob(RKDispatch::ArchiveJobClass jobClass,
-                                              const QStringList& paths,
-                                              const RKProfileSetting& profile, QObject* window)
-{
-    using C = RKDispatch::ArchiveJobClass;
-    switch (jobClass) {
-    case C::SingleAnyTime:
-        return makeJob<RKArchiveSingleAnyTime>(paths, profile, window);
-    case C::SingleSameSource:
-        return makeJob<RKArchiveSingleSameSource>(paths, profile, window);
-    case C::SingleStaticFolder:
-        return makeJob<RKArchiveSingleStaticFolder>(paths, profile, window);
-    case C::MultiAnyTime:
-        return makeJob<RKArchiveMultiAnyTime>(paths, profile, window);
-    case C::MultiSameSource:
-        return makeJob<RKArchiveMultiSameSource>(paths, profile, window);
-    case C::MultiStaticFolder:
-        return makeJob<RKArchiveMultiStaticFolder>(paths, profile, window);
-    case C::None:
-        break;
-    }
-    return nullptr;
-}
-
-std::shared_ptr<RKUnArchiveBase> makeUnArchiveJob(RKDispatch::UnArchiveJobClass jobClass,
-                                                  const QStringList& paths,
-                                                  const RKUnArchiveProfileSetting& profile,
-                                                  QObject* window)
-{
-    using C = RKDispatch::UnArchiveJobClass;
-    switch (jobClass) {
-    case C::SingleAnyTime:
-        return makeJob<RKUnArchiveSingleAnyTime>(paths, profile, window);
-    case C::SingleSameSource:
-        return makeJob<RKUnArchiveSingleSameSource>(paths, profile, window);
-    case C::SingleStaticFolder:
-        return makeJob<RKUnArchiveSingleStaticFolder>(paths, profile, window);
-    case C::MultiAnyTime:
-        return makeJob<RKUnArchiveMultiAnyTime>(paths, profile, window);
-    case C::MultiSameSource:
-        return makeJob<RKUnArchiveMultiSameSource>(paths, profile, window);
-    case C::MultiStaticFolder:
-        return makeJob<RKUnArchiveMultiStaticFolder>(paths, profile, window);
-    case C::None:
-        break;
-    }
-    return nullptr;
-}
-
-} // namespace
 
 RKAppDelegate::RKAppDelegate(QObject* parent)
     : QObject(parent)
@@ -292,7 +221,7 @@ bool RKAppDelegate::innerDoArchive(const QStringList& paths, const RKProfileSett
     }
     const auto jobClass =
         RKDispatch::archiveJobClass(paths.size(), copy.archiveMode, copy.saveLocation);
-    std::shared_ptr<RKArchiveBase> job = makeArchiveJob(jobClass, paths, copy, m_window.get());
+    std::shared_ptr<RKArchiveBase> job = RKDispatch::makeArchiveJob(jobClass, paths, copy, m_window.get());
     if (!job) {
         return false;
     }
@@ -312,7 +241,7 @@ bool RKAppDelegate::innerDoUnArchive(const QStringList& paths,
         RKDispatch::heldUnArchiveProfile(setting.unArchiveProfiles).value_or(profile);
     const auto jobClass = RKDispatch::unArchiveJobClass(paths.size(), chosen.saveLocation);
     std::shared_ptr<RKUnArchiveBase> job =
-        makeUnArchiveJob(jobClass, paths, chosen, m_window.get());
+        RKDispatch::makeUnArchiveJob(jobClass, paths, chosen, m_window.get());
     if (!job) {
         return false;
     }

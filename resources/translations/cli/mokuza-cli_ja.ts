@@ -1,0 +1,335 @@
+<?xml version='1.0' encoding='utf-8'?>
+<TS version="2.1" language="ja_JP">
+<context>
+    <name>RKCommandLine</name>
+    <message>
+        <source>%1 needs a value</source>
+        <translation>%1 には値が必要です</translation>
+    </message>
+    <message>
+        <source>no command given</source>
+        <translation>コマンドがありません</translation>
+    </message>
+    <message>
+        <source>unknown command: %1</source>
+        <translation>不明なコマンド: %1</translation>
+    </message>
+    <message>
+        <source>--dest needs a folder</source>
+        <translation>--dest にはフォルダを指定してください</translation>
+    </message>
+    <message>
+        <source>--on-conflict takes ask, overwrite or rename, not %1</source>
+        <translation>--on-conflict には ask、overwrite、rename のいずれかを指定してください（%1 は使えません）</translation>
+    </message>
+    <message>
+        <source>unknown option: %1</source>
+        <translation>不明なオプション: %1</translation>
+    </message>
+    <message>
+        <source>profiles takes no paths or options</source>
+        <translation>profiles にはパスもオプションも指定できません</translation>
+    </message>
+    <message>
+        <source>no files or folders given</source>
+        <translation>圧縮するファイルやフォルダがありません</translation>
+    </message>
+    <message>
+        <source>no archives given</source>
+        <translation>解凍する ZIP ファイルがありません</translation>
+    </message>
+    <message>
+        <source>Try 'mokuza --help' for more information.
+</source>
+        <translation>詳しくは 'mokuza --help' を見てください。
+</translation>
+    </message>
+    <message>
+        <source>Archive profiles (compress):</source>
+        <translation>圧縮プロファイル（compress）:</translation>
+    </message>
+    <message>
+        <source>Unarchive profiles (extract):</source>
+        <translation>解凍プロファイル（extract）:</translation>
+    </message>
+    <message>
+        <source>* the profile used when none is given (the file manager's)</source>
+        <translation>* はプロファイルを指定しないときに使うもの（ファイルマネージャー用）</translation>
+    </message>
+    <message>
+        <source>no such file or folder: %1</source>
+        <translation>ファイルまたはフォルダがありません: %1</translation>
+    </message>
+    <message>
+        <source>%1 is a folder, not an archive</source>
+        <translation>%1 はフォルダです。ZIP ファイルではありません</translation>
+    </message>
+    <message>
+        <source>--dest %1 is not a folder</source>
+        <translation>--dest %1 はフォルダではありません</translation>
+    </message>
+    <message>
+        <source>no archive profile %1; 'mokuza profiles' lists them</source>
+        <translation>圧縮プロファイル %1 はありません。'mokuza profiles' で一覧を見られます</translation>
+    </message>
+    <message>
+        <source>profile %1 asks for a password and there is no terminal to type it on; give it with --password-stdin</source>
+        <translation>プロファイル %1 はパスワードを入力させますが、入力できる端末がありません。--password-stdin で渡してください</translation>
+    </message>
+    <message>
+        <source>no unarchive profile %1; 'mokuza profiles' lists them</source>
+        <translation>解凍プロファイル %1 はありません。'mokuza profiles' で一覧を見られます</translation>
+    </message>
+    <message>
+        <source>the profile asks where to save and there is no terminal to answer on; give --dest DIR</source>
+        <translation>プロファイルは保存先を毎回たずねますが、答えられる端末がありません。--dest DIR を指定してください</translation>
+    </message>
+    <message>
+        <source>--password-stdin: standard input ended before a line</source>
+        <translation>--password-stdin: 標準入力に 1 行もありません</translation>
+    </message>
+    <message>
+        <source>mokuza: stopping after the item under way (Ctrl-C again to quit at once)
+</source>
+        <translation>mokuza: 処理中の項目が終わったところで中止します（もう一度 Ctrl-C ですぐに終了）
+</translation>
+    </message>
+    <message>
+        <source>the profile's settings are not ones this program knows</source>
+        <translation>プロファイルの設定値がこのプログラムの知らないものです</translation>
+    </message>
+    <message>
+        <source>mokuza: nothing was made
+</source>
+        <translation>mokuza: 何も作られませんでした
+</translation>
+    </message>
+    <message>
+        <source>Usage: mokuza profiles
+       mokuza compress [OPTION]... PATH...
+       mokuza extract [OPTION]... ZIP...
+
+Compresses files and folders into ZIP archives, or extracts ZIP archives, exactly
+as a profile of MOKUZA-FULL says (name encoding, level, one archive or one per
+item, where archives go, names that are taken, left-out names, password). The
+profiles are the application's own; without --profile the file manager's profile
+is used.
+
+Commands:
+  profiles              list the archive and unarchive profiles with their numbers
+  compress PATH...      make archives of files and folders
+  extract ZIP...        extract archives
+
+Options:
+  --profile NAME|NUMBER  the profile, by name or by its number in 'mokuza profiles'
+  --dest DIR             put the archives (or the extracted items) in DIR, whatever
+                         the profile's save location; DIR is made when missing
+  --on-conflict ask|overwrite|rename
+                         what to do when a name is taken (default: the profile's)
+  --password-stdin       read the password from the first line of standard input:
+                         compress encrypts every archive with it, extract uses it
+                         for every encrypted archive
+  --show-password        show passwords in the results instead of ********
+  --notify               post a desktop notification for every archive
+  -h, --help             show this help and exit
+      --version          show the version and exit
+
+Where the profile asks (a save location, a taken name, a typed password), mokuza
+asks on the terminal; without a terminal it refuses and names the option that
+answers. Progress goes to standard error: a bar on a terminal, plain lines
+elsewhere. The result of every archive goes to standard output.
+
+Ctrl-C cancels: the item under way is completed and nothing more is started;
+an extraction that is cancelled places nothing. Ctrl-C twice quits at once.
+
+Exit status:
+  0    every archive done
+  1    done, with errors (or something cancelled)
+  2    bad usage, unknown profile, or a question with no terminal to answer it
+  130  interrupted (Ctrl-C)
+
+The settings are MOKUZA-FULL's: ~/.config/MOKUZA/MOKUZA-FULL.conf.
+See mokuza(1).
+</source>
+        <translation>使い方: mokuza profiles
+        mokuza compress [オプション]... パス...
+        mokuza extract [オプション]... ZIPファイル...
+
+MOKUZA-FULL のプロファイルのとおりに（名前の文字コード、圧縮レベル、1 つの ZIP に
+まとめるか項目ごとか、保存先、同じ名前があるとき、除外する名前、パスワード）、
+ファイルやフォルダを ZIP に圧縮し、ZIP ファイルを解凍します。プロファイルは
+アプリケーションと共通です。--profile を指定しないときはファイルマネージャー用の
+プロファイルを使います。
+
+コマンド:
+  profiles              圧縮・解凍プロファイルを番号つきで一覧します
+  compress パス...      ファイルやフォルダを ZIP に圧縮します
+  extract ZIP...        ZIP ファイルを解凍します
+
+オプション:
+  --profile 名前|番号    使うプロファイル（名前か 'mokuza profiles' の番号）
+  --dest フォルダ        プロファイルの保存先にかかわらず、ZIP（解凍したもの）を
+                         このフォルダに置きます。なければ作ります
+  --on-conflict ask|overwrite|rename
+                         同じ名前があるとき: たずねる・上書き・名前を変える
+                         （省略時はプロファイルのとおり）
+  --password-stdin       標準入力の最初の 1 行をパスワードにします。compress は
+                         すべての ZIP をこれで暗号化し、extract は暗号化された
+                         ZIP すべてにこれを使います
+  --show-password        結果のパスワードを ******** ではなくそのまま表示します
+  --notify               ZIP ごとにデスクトップ通知を出します
+  -h, --help             このヘルプを表示して終了します
+      --version          バージョンを表示して終了します
+
+プロファイルがたずねること（保存先、同じ名前、手入力のパスワード）は端末で
+たずねます。端末がないときは断り、答えになるオプションを示します。進み具合は
+標準エラーに出ます（端末ではバー、それ以外では行ごと）。ZIP ごとの結果は
+標準出力に出ます。
+
+Ctrl-C で中止します。処理中の項目を終えたところで止まり、それ以上は始めません。
+中止した解凍は何も置きません。Ctrl-C を 2 回押すとすぐに終了します。
+
+終了ステータス:
+  0    すべて完了
+  1    完了したがエラーがある（または中止したものがある）
+  2    使い方の誤り、不明なプロファイル、答えられる端末のない問い
+  130  中断（Ctrl-C）
+
+設定は MOKUZA-FULL と共通です: ~/.config/MOKUZA/MOKUZA-FULL.conf
+mokuza(1) も見てください。
+</translation>
+    </message>
+</context>
+<context>
+    <name>RKTerminalArchiveRunner</name>
+    <message>
+        <source>compressing</source>
+        <translation>圧縮中</translation>
+    </message>
+</context>
+<context>
+    <name>RKTerminalPanelService</name>
+    <message>
+        <source>mokuza: %1
+mokuza: there is no terminal to answer on; give --dest DIR for where to save, --on-conflict overwrite or rename for names that are taken
+</source>
+        <translation>mokuza: %1
+mokuza: 答えられる端末がありません。保存先は --dest DIR、同じ名前があるときは --on-conflict overwrite または rename で指定してください
+</translation>
+    </message>
+    <message>
+        <source>Save as [%1]: </source>
+        <translation>保存先 [%1]: </translation>
+    </message>
+    <message>
+        <source>%1 is a folder.
+</source>
+        <translation>%1 はフォルダです。
+</translation>
+    </message>
+    <message>
+        <source>%1 exists. Replace it? [y/N]: </source>
+        <translation>%1 は既にあります。置き換えますか? [y/N]: </translation>
+    </message>
+    <message>
+        <source>Folder [%1]: </source>
+        <translation>フォルダ [%1]: </translation>
+    </message>
+    <message>
+        <source>Path [%1]: </source>
+        <translation>パス [%1]: </translation>
+    </message>
+    <message>
+        <source>%1 is not there or not of the kind asked for.
+</source>
+        <translation>%1 がないか、求める種類ではありません。
+</translation>
+    </message>
+</context>
+<context>
+    <name>RKTerminalPasswordPrompt</name>
+    <message>
+        <source>mokuza: %1 needs a password and there is no terminal to type it on; give it with --password-stdin
+</source>
+        <translation>mokuza: %1 にはパスワードが必要ですが、入力できる端末がありません。--password-stdin で渡してください
+</translation>
+    </message>
+    <message>
+        <source>Password for %1: </source>
+        <translation>%1 のパスワード: </translation>
+    </message>
+    <message>
+        <source>Password again: </source>
+        <translation>もう一度パスワード: </translation>
+    </message>
+    <message>
+        <source>The two passwords differ; type them again.
+</source>
+        <translation>2 つのパスワードが違います。もう一度入力してください。
+</translation>
+    </message>
+    <message>
+        <source>mokuza: %1 is encrypted and there is no terminal to type its password on; give it with --password-stdin
+</source>
+        <translation>mokuza: %1 は暗号化されていますが、パスワードを入力できる端末がありません。--password-stdin で渡してください
+</translation>
+    </message>
+</context>
+<context>
+    <name>RKTerminalProgress</name>
+    <message>
+        <source>%1 items/s</source>
+        <translation>%1 件/秒</translation>
+    </message>
+    <message>
+        <source>%1 left</source>
+        <translation>残り %1</translation>
+    </message>
+</context>
+<context>
+    <name>RKTerminalResultDisplay</name>
+    <message>
+        <source>destination: %1</source>
+        <translation>保存先: %1</translation>
+    </message>
+    <message>
+        <source>password: %1</source>
+        <translation>パスワード: %1</translation>
+    </message>
+    <message>
+        <source>not started</source>
+        <translation>未実行</translation>
+    </message>
+    <message>
+        <source>cancelled</source>
+        <translation>中止</translation>
+    </message>
+    <message>
+        <source>done with errors</source>
+        <translation>完了（エラーあり）</translation>
+    </message>
+    <message>
+        <source>done</source>
+        <translation>完了</translation>
+    </message>
+    <message>
+        <source>status: %1</source>
+        <translation>状態: %1</translation>
+    </message>
+    <message>
+        <source>errors (%1):</source>
+        <translation>エラー（%1 件）:</translation>
+    </message>
+</context>
+<context>
+    <name>RKTerminalUnArchiveRunner</name>
+    <message>
+        <source>extracting</source>
+        <translation>解凍中</translation>
+    </message>
+    <message>
+        <source>placing</source>
+        <translation>コピー中</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "platform/RKJobHost.h"
+
+#include <QList>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+class RKTerminalArchiveRunner;
+class RKTerminalProgress;
+class RKTerminalResultDisplay;
+class RKTerminalUnArchiveRunner;
+
+// What a job of the command line needs of it: terminal runners in place of
+// the runner windows, the results printed, and one place that stops the
+// job as a whole (Ctrl-C, or a question that only an option could have
+// answered). Main thread.
+class RKCommandLineHost : public RKJobHost
+{
+public:
+    enum class Stop { None, Interrupted, Refused };
+
+    // showPassword: passwords in the results in clear.
+    RKCommandLineHost(RKTerminalProgress& progress, bool showPassword);
+    ~RKCommandLineHost() override;
+
+    QObject* mainWindow() override { return nullptr; }
+    bool reserveExit() const override { return false; }
+    void terminate() override {}
+    RKArchiveRunner* progressWindow() override;
+    RKUnArchiveRunner* unArchveProgressWindow() override;
+    RKResultDisplay* processResultWindow() override;
+
+    // Stops the job: the run under way is cancelled as its cancel button
+    // would, and no further archive is started. The first reason counts.
+    void stop(Stop why);
+    Stop stopReason() const { return m_stop; }
+    bool stopping() const { return m_stop != Stop::None; }
+
+    // The runners: how to cancel the run under way (empty: none), the
+    // archive it works on, and how each run ended (0 done, 1 with errors,
+    // -1 cancelled), in the order of the runs.
+    void setActiveRun(std::function<void()> cancel, const QString& archivePath = QString());
+    QString activeArchive() const { return m_activeArchive; }
+    void recordEnding(int code) { m_endings.append(code); }
+    const QList<int>& endings() const { return m_endings; }
+
+    // The results shown, empty until the job showed them.
+    bool resultsShown() const;
+    // Whether every run ended without errors and without a cancel.
+    bool allDone() const;
+
+private:
+    RKTerminalProgress& m_progress;
+    std::unique_ptr<RKTerminalArchiveRunner> m_archiveRunner;
+    std::unique_ptr<RKTerminalUnArchiveRunner> m_unArchiveRunner;
+    std::unique_ptr<RKTerminalResultDisplay> m_results;
+    Stop m_stop = Stop::None;
+    std::function<void()> m_cancelActive;
+    QString m_activeArchive;
+    QList<int> m_endings;
+};

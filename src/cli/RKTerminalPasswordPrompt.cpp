@@ -1,0 +1,68 @@
+#include "cli/RKTerminalPasswordPrompt.h"
+
+#include "cli/RKCommandLineHost.h"
+#include "cli/RKTerminal.h"
+
+#include <QFileInfo>
+
+RKTerminalPasswordPrompt::RKTerminalPasswordPrompt(RKCommandLineHost& host,
+                                                   std::optional<QString> given, bool interactive)
+    : m_host(host)
+    , m_given(std::move(given))
+    , m_interactive(interactive)
+{
+}
+
+QString RKTerminalPasswordPrompt::showPasswordDialog(QObject*, const RKProfileSetting&)
+{
+    if (m_given) {
+        return *m_given;
+    }
+    const QString archive = QFileInfo(m_host.activeArchive()).fileName();
+    if (!m_interactive) {
+        RKTerminal::writeError(
+            tr("mokuza: %1 needs a password and there is no terminal to type it on; "
+               "give it with --password-stdin\n")
+                .arg(archive));
+        m_host.stop(RKCommandLineHost::Stop::Refused);
+        return QString(QLatin1String(""));
+    }
+    for (;;) {
+        const std::optional<QString> first =
+            RKTerminal::ask(tr("Password for %1: ").arg(archive), false);
+        const std::optional<QString> second =
+            first ? RKTerminal::ask(tr("Password again: "), false) : std::nullopt;
+        if (!first || !second) {
+            // Nothing was typed to the end: the archive is not written.
+            m_host.stop(RKCommandLineHost::Stop::Interrupted);
+            return QString(QLatin1String(""));
+        }
+        if (*first == *second) {
+            return *first;
+        }
+        RKTerminal::writeError(tr("The two passwords differ; type them again.\n"));
+    }
+}
+
+QString RKTerminalPasswordPrompt::askUnArchivePassword(QObject*)
+{
+    if (m_given) {
+        return *m_given;
+    }
+    const QString archive = QFileInfo(m_host.activeArchive()).fileName();
+    if (!m_interactive) {
+        RKTerminal::writeError(
+            tr("mokuza: %1 is encrypted and there is no terminal to type its password on; "
+               "give it with --password-stdin\n")
+                .arg(archive));
+        m_host.stop(RKCommandLineHost::Stop::Refused);
+        return QString(QLatin1String(""));
+    }
+    const std::optional<QString> typed =
+        RKTerminal::ask(tr("Password for %1: ").arg(archive), false);
+    if (!typed) {
+        m_host.stop(RKCommandLineHost::Stop::Interrupted);
+        return QString(QLatin1String(""));
+    }
+    return *typed;
+}

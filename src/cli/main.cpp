@@ -1,0 +1,52 @@
+#include "cli/RKCommandLine.h"
+#include "platform/RKAppInfo.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTranslator>
+
+namespace {
+
+// The language of messages as gettext reads it: the first of these that is
+// set decides.
+bool japaneseMessages()
+{
+    for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const QByteArray value = qgetenv(name);
+        if (!value.isEmpty()) {
+            return value.startsWith("ja");
+        }
+    }
+    return false;
+}
+
+// Installed beside the help page; in the build tree beside the program.
+void installTranslation(QCoreApplication& app)
+{
+    const QString folder = QCoreApplication::applicationDirPath();
+    auto* translator = new QTranslator(&app);
+    for (const QString& place : {folder + QStringLiteral("/../share/mokuza-full/translations"),
+                                 folder + QStringLiteral("/translations")}) {
+        if (translator->load(QStringLiteral("mokuza-cli_ja"), place)) {
+            QCoreApplication::installTranslator(translator);
+            return;
+        }
+    }
+    delete translator;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    // The settings of the application: the same profiles, the same file.
+    QCoreApplication::setOrganizationName(RKAppInfo::organizationName());
+    QCoreApplication::setApplicationName(RKAppInfo::applicationName());
+    QCoreApplication::setApplicationVersion(QStringLiteral(MOKUZA_VERSION));
+    if (japaneseMessages()) {
+        installTranslation(app);
+    }
+    return RKCommandLine::run(
+        RKCommandLine::parse(QCoreApplication::arguments().mid(1), QDir::currentPath()));
+}

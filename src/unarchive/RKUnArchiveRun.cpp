@@ -1,0 +1,292 @@
+#include "unarchive/RKUnArchiveRun.h"
+
+#include "platform/RKAppInfo.h"
+#include "platform/RKNotifier.h"
+#include "platform/RKTaskbarProgress.h"
+#include "settings/RKPasswordPrompt.h"
+#include "unarchive/RKWorkingFolder.h"
+
+#include <QMetaObject>
+#include <QTimer>
+
+namespace {
+
+constexpr qint64 kUpdateSpacingMs = 30;
+
+// Of a run's share on the task bar, extraction takes this much and placement
+// the rest: placing is mostly renaming within one file system.
+constexpr double kExtractionShare = 0.9;
+
+} // namespace
+
+RKUnArchiveRun::RKUnArchiveRun() = default;
+
+RKUnArchiveRun::~RKUnArchiveRun()
+{
+    if (fileCopyUtil) {
+        fileCopyUtil->cancel();
+        fileCopyUtil.reset();
+    }
+    if (unArchiver) {
+        unArchiver->cansel();
+        unArchiver->setDelegate(nullptr);
+        unArchiver.reset();
+    }
+    removeTempFolder();
+}
+
+QList<RQError> RKUnArchiveRun::errors() const
+{
+    const std::lock_guard<std::mutex> locker(m_lock);
+    return m_errors;
+}
+
+QString RKUnArchiveRun::usedPassword() const
+{
+    return m_usedPassword;
+}
+
+RKUnArchiveRun::Progress RKUnArchiveRun::progress() const
+{
+    const std::lock_guard<std::mutex> locker(m_lock);
+    return {m_phase, m_reported, prgValue, totalValue, prgFileName};
+}
+
+QString RKUnArchiveRun::progressTitle(Phase phase, int value, int total)
+{
+    const float percent = total == 0 ? 100.0f : float(value) / float(total) * 100.0f;
+    return (phase == Phase::UnArchive ? QStringLiteral("解凍中 - ") : QStringLiteral("コピー中 - "))
+        + QString::asprintf("%3.1f", double(percent)) + QLatin1Char('%');
+}
+
+void RKUnArchiveRun::doUnArchive(const QString& archivePath,
+                                 const RKUnArchiveProfileSetting& profile,
+                                 const QString& destinationFolder)
+{
+    removeTempFolder();
+
+    unArchiver = std::make_unique<RQUnZipArchiver>();
+    unArchiver->setDelegate(this);
+    m_archiveUrl = archivePath;
+    m_profile = profile;
+    m_saveUrl = destinationFolder;
+
+    isUnArchiving.store(true);
+    m_cancelRequested = false;
+    ++m_generation;
+    {
+        const std::lock_guard<std::mutex> locker(m_lock);
+        m_errors.clear();
+        m_phase = Phase::UnArchive;
+        m_reported = false;
+        prgValue = 0;
+        totalValue = 0;
+        prgFileName.clear();
+    }
+    m_usedPassword = QString();
+
+    if (stopRequested()) {
+        m_tempUrl.clear();
+        postClose(Ending::Cancelled);
+        return;
+    }
+    m_tempUrl = RKWorkingFolder::make(unArchiver->hash());
+    if (m_tempUrl.isEmpty()) {
+        // Nowhere private to extract to: nothing is extracted in the open.
+        unArchiverArchiveError(unArchiver.get(),
+                               RQError::initWithUnArchiverErrorCode(999, m_archiveUrl));
+        postClose(Ending::DoneWithErrors);
+        return;
+    }
+
+    if (unArchiver->isCrypted(m_archiveUrl)) {
+        RKPasswordPrompt* prompt = RKPasswordPrompt::current();
+        const QString typed = prompt ? prompt->askUnArchivePassword(promptWindow()) : QString();
+        m_usedPassword = typed.isNull() ? QString(QLatin1String("")) : typed;
+        if (m_cancelRequested || stopRequested()) {
+            // Cancelled while the password was asked for: nothing is extracted.
+            postClose(Ending::Cancelled);
+            return;
+        }
+        unArchiver->unArchive(m_tempUrl, m_usedPassword, m_archiveUrl, m_profile.sourceEncoding);
+    } else {
+        unArchiver->unArchive(m_tempUrl, m_archiveUrl, m_profile.sourceEncoding);
+    }
+}
+
+void RKUnArchiveRun::cancel()
+{
+    if (!unArchiver) {
+        return; // no run
+    }
+    m_cancelRequested = true;
+    if (isUnArchiving.load()) {
+        unArchiver->cansel();
+    } else if (fileCopyUtil) {
+        fileCopyUtil->cancel();
+    }
+}
+
+void RKUnArchiveRun::removeTempFolder()
+{
+    // A failure leaves files behind that a later start removes; nothing to report.
+    RKWorkingFolder::removeProcessFolder();
+}
+
+void RKUnArchiveRun::moveTempToSaveFolder()
+{
+    fileCopyUtil = std::make_unique<RKFileCopyUtil>(m_tempUrl, m_saveUrl, m_archiveUrl, m_profile,
+                                                    promptWindow());
+    fileCopyUtil->setDelegate(this);
+    fileCopyUtil->beginCopy();
+}
+
+void RKUnArchiveRun::extractionFinished()
+{
+    if (m_cancelRequested) {
+        // The cancel came after the last entry; nothing is placed.
+        doClose(Ending::Cancelled);
+    } else if (unArchiver->errors().isEmpty()) {
+        isUnArchiving.store(false);
+        moveTempToSaveFolder();
+    } else {
+        doClose(Ending::DoneWithErrors);
+    }
+}
+
+void RKUnArchiveRun::postClose(Ending ending)
+{
+    const int generation = m_generation.load();
+    m_mainThread.post([this, generation, ending] {
+        if (generation == m_generation.load()) {
+            doClose(ending);
+        }
+    });
+}
+
+void RKUnArchiveRun::doClose(Ending ending)
+{
+    removeTempFolder();
+    if (fileCopyUtil) {
+        fileCopyUtil.reset();
+    }
+    if (unArchiver) {
+        unArchiver->setDelegate(nullptr);
+        unArchiver.reset();
+    }
+    // A new generation: late posts of this run do nothing.
+    ++m_generation;
+    showProgress();
+
+    const QString title = RKAppInfo::applicationTitle();
+    if (ending == Ending::Done) {
+        RKNotifier::current()->deliver(title, m_archiveUrl, QStringLiteral("解凍が完了しました"));
+    } else if (ending == Ending::DoneWithErrors) {
+        RKNotifier::current()->deliver(title, m_archiveUrl,
+                                       QStringLiteral("解凍が完了しましたが、エラーがあります"));
+    }
+    runClosed();
+}
+
+void RKUnArchiveRun::storeProgress(Phase phase, int value, int total, const QString& fileName)
+{
+    {
+        const std::lock_guard<std::mutex> locker(m_lock);
+        m_phase = phase;
+        m_reported = true;
+        prgValue = value;
+        totalValue = total;
+        prgFileName = fileName;
+    }
+    // One display update waits at a time and shows the latest values, so a
+    // fast run skips values but never shows them out of order. Updates are
+    // spaced by a frame or two: redrawing for each of thousands of small
+    // entries would cost more than extracting them.
+    if (!m_updatePosted.exchange(true)) {
+        m_mainThread.post([this] {
+            const qint64 wait =
+                m_lastUpdate.isValid() ? kUpdateSpacingMs - m_lastUpdate.elapsed() : 0;
+            QTimer::singleShot(qMax<qint64>(wait, 0), &m_mainThread, [this] {
+                m_updatePosted.store(false);
+                m_lastUpdate.start();
+                showProgress();
+            });
+        });
+    }
+}
+
+void RKUnArchiveRun::showProgress()
+{
+    const Progress latest = progress();
+    if (latest.reported) {
+        const double phaseShare =
+            latest.total == 0 ? 1.0 : double(latest.value) / double(latest.total);
+        RKTaskbarProgress::progressOfArchive(
+            latest.phase == Phase::UnArchive
+                ? phaseShare * kExtractionShare
+                : kExtractionShare + phaseShare * (1.0 - kExtractionShare));
+    }
+    changeProgress();
+}
+
+void RKUnArchiveRun::unArchiverArchiveStarted(RQUnZipArchiver*, int total)
+{
+    storeProgress(Phase::UnArchive, 0, total, QString());
+}
+
+void RKUnArchiveRun::unArchiverArchiveProgress(RQUnZipArchiver*, int progress, int total,
+                                               const QString& unArchivingFileName)
+{
+    storeProgress(Phase::UnArchive, progress, total, unArchivingFileName);
+}
+
+void RKUnArchiveRun::unArchiverArchiveFinished(RQUnZipArchiver*, const QString&)
+{
+    const int generation = m_generation.load();
+    m_mainThread.post([this, generation] {
+        if (generation == m_generation.load()) {
+            extractionFinished();
+        }
+    });
+}
+
+void RKUnArchiveRun::unArchiverArchiveCancelled(RQUnZipArchiver*)
+{
+    postClose(Ending::Cancelled);
+}
+
+void RKUnArchiveRun::unArchiverArchiveError(RQUnZipArchiver*, const RQError& errror)
+{
+    const std::lock_guard<std::mutex> locker(m_lock);
+    m_errors.append(errror);
+}
+
+void RKUnArchiveRun::fileCopyUtilCopyStarted(RKFileCopyUtil*, int total)
+{
+    storeProgress(Phase::FileCopy, 0, total, QString());
+}
+
+void RKUnArchiveRun::fileCopyUtilCopyProgress(RKFileCopyUtil*, int progress, int total,
+                                              const QString& copyFileName)
+{
+    storeProgress(Phase::FileCopy, progress, total, copyFileName);
+}
+
+void RKUnArchiveRun::fileCopyUtilCopyFinished(RKFileCopyUtil*)
+{
+    postClose(Ending::Done);
+}
+
+void RKUnArchiveRun::fileCopyUtilCopyCanceled(RKFileCopyUtil*)
+{
+    postClose(Ending::Cancelled);
+}
+
+void RKUnArchiveRun::fileCopyUtilCopyError(RKFileCopyUtil*, const RQError& errror)
+{
+    {
+        const std::lock_guard<std::mutex> locker(m_lock);
+        m_errors.append(errror);
+    }
+    postClose(Ending::Failed);
+}

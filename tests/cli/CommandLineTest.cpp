@@ -1,0 +1,385 @@
+// mokuza end to end: the built program run as a script runs it (standard
+// input not a terminal), with settings and a temporary folder of its own,
+// against archives written and read by Python and Info-ZIP.
+#include "cli/RKTerminalProgress.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+namespace {
+
+struct Outcome {
+    int exit = -1;
+    QString out;
+    QString err;
+};
+
+class CommandLine : public ::testing::Test
+{
+protected:
+    QString path(const QString& relative) const { return dir.filePath(relative); }
+
+    QProcess* start(const QStringList& arguments, const QByteArray& lang = "C.UTF-8")
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES"}) {
+            environment.remove(QString::fromLatin1(name));
+        }
+        environment.insert("LANG", QString::fromLatin1(lang));
+        environment.insert("XDG_CONFIG_HOME", path("config"));
+        environment.insert("TMPDIR", path("tmp"));
+        QDir().mkpath(path("tmp"));
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(dir.path());
+        process.start(MOKUZA_CLI, arguments);
+        return &process;
+    }
+
+    Outcome finish(const QByteArray& input = {})
+    {
+        process.write(input);
+        process.closeWriteChannel();
+        EXPECT_TRUE(process.waitForFinished(300000));
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(err + process.readAllStandardError())};
+    }
+
+    Outcome mokuza(const QStringList& arguments, const QByteArray& input = {},
+               const QByteArray& lang = "C.UTF-8")
+    {
+        start(arguments, lang);
+        return finish(input);
+    }
+
+    // Runs Python with the script and answers its standard output.
+    QString python(const QString& script, const QStringList& arguments = {})
+    {
+        const auto result =
+            TestEnvironment::run("python3", QStringList{"-c", script} + arguments, dir.path());
+        EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+        return QString::fromUtf8(result.out);
+    }
+
+    void makeFiles(const QStringList& relative)
+    {
+        for (const QString& file : relative) {
+            ASSERT_TRUE(TestEnvironment::writeFile(path(file), file.toUtf8()));
+        }
+    }
+
+    QTemporaryDir dir;
+    QProcess process;
+    QByteArray err; // read while waiting for a line
+};
+
+// ---------------------------------------------------------------------------
+// Bad usage, unknown profiles, and questions with no terminal to answer them:
+// exit status 2 with a message, and nothing made.
+
+struct UsageCase {
+    const char* name;
+    QStringList arguments;
+    QByteArray input;
+    QByteArray lang;
+    int exit;
+    bool onOutput; // the text is on standard output, else on standard error
+    const char* text;
+};
+
+void PrintTo(const UsageCase& row, std::ostream* out) { *out << row.name; }
+
+class Usage : public CommandLine, public ::testing::WithParamInterface<UsageCase> {};
+
+TEST_P(Usage, ExitStatusAndMessage)
+{
+    const UsageCase& c = GetParam();
+    makeFiles({"src/a.txt", "one.zip"});
+    const Outcome run = mokuza(c.arguments, c.input, c.lang);
+    EXPECT_EQ(run.exit, c.exit) << run.err.toStdString();
+    EXPECT_TRUE((c.onOutput ? run.out : run.err).contains(QString::fromUtf8(c.text)))
+        << run.out.toStdString() << run.err.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(path("out"))) << "nothing is made";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, Usage,
+    ::testing::Values(
+        UsageCase{"Help", {"--help"}, {}, "C.UTF-8", 0, true, "Usage: mokuza profiles"},
+        UsageCase{"HelpInJapanese", {"compress", "--help"}, {}, "ja_JP.UTF-8", 0, true,
+                  "使い方: mokuza profiles"},
+        UsageCase{"Profiles", {"profiles"}, {}, "C.UTF-8", 0, true,
+                  "Archive profiles (compress):\n    1 * Mac To Win\n    2   Mac To Mac\n"},
+        UsageCase{"ProfilesInJapanese", {"profiles"}, {}, "ja_JP.UTF-8", 0, true,
+                  "解凍プロファイル（extract）:\n    1 * Win To Mac\n"},
+        UsageCase{"UnknownProfileName", {"compress", "--profile", "Nope", "--dest", "out", "src"},
+                  {}, "C.UTF-8", 2, false, "no archive profile Nope"},
+        UsageCase{"UnknownProfileNumber", {"extract", "--profile=3", "--dest", "out", "one.zip"}, {},
+                  "ja_JP.UTF-8", 2, false, "解凍プロファイル 3 はありません"},
+        UsageCase{"UnknownCommand", {"pack", "src"}, {}, "C.UTF-8", 2, false, "unknown command: pack"},
+        UsageCase{"UnknownOption", {"compress", "--fast", "src"}, {}, "C.UTF-8", 2, false,
+                  "unknown option: --fast"},
+        UsageCase{"UnknownConflictPolicy", {"compress", "--on-conflict", "skip", "src"}, {}, "C.UTF-8",
+                  2, false, "--on-conflict takes ask, overwrite or rename, not skip"},
+        UsageCase{"NoPaths", {"compress", "--dest", "out"}, {}, "C.UTF-8", 2, false,
+                  "no files or folders given"},
+        UsageCase{"MissingPath", {"compress", "--dest", "out", "gone"}, {}, "C.UTF-8", 2, false,
+                  "no such file or folder: "},
+        UsageCase{"FolderToExtract", {"extract", "--dest", "out", "src"}, {}, "C.UTF-8", 2, false,
+                  "is a folder, not an archive"},
+        UsageCase{"AskedLocationWithoutTerminal", {"compress", "src"}, {}, "C.UTF-8", 2, false,
+                  "give --dest DIR"},
+        UsageCase{"TypedPasswordWithoutTerminal", {"compress", "--profile", "4", "--dest", "out", "src"},
+                  {}, "C.UTF-8", 2, false, "give it with --password-stdin"},
+        UsageCase{"PasswordInputEmpty", {"compress", "--password-stdin", "--dest", "out", "src"}, {},
+                  "C.UTF-8", 2, false, "standard input ended before a line"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---------------------------------------------------------------------------
+// Archives made and read.
+
+// "Mac To Win" writes Shift-JIS (CP932) names without the UTF-8 flag, as
+// Windows reads them; progress and results follow the locale; the progress
+// is plain lines when standard error is not a terminal.
+TEST_F(CommandLine, CompressMacToWinWritesCp932Names)
+{
+    // 表 and ソ end in the byte of "\\" in Shift-JIS.
+    makeFiles({"資料/予定表.txt", "資料/sub/ソフト.txt"});
+    const Outcome run = mokuza({"compress", "--profile", "Mac To Win", "--dest", "out", "資料"}, {},
+                           "ja_JP.UTF-8");
+    ASSERT_EQ(run.exit, 0) << run.err.toStdString();
+    const QString names = python(
+        "import sys, zipfile\n"
+        "for i in zipfile.ZipFile(sys.argv[1]).infolist():\n"
+        "    assert not i.flag_bits & 0x800, i.filename\n"
+        "    print(i.filename.encode('cp437').decode('cp932'))\n",
+        {path("out/資料.zip")});
+    QStringList sorted = names.split('\n', Qt::SkipEmptyParts);
+    sorted.sort();
+    EXPECT_EQ(sorted, (QStringList{"資料/", "資料/sub/", "資料/sub/ソフト.txt", "資料/予定表.txt"}));
+    EXPECT_TRUE(run.out.startsWith("資料.zip\n  保存先: " + path("out/資料.zip") + "\n  CRC: "))
+        << run.out.toStdString();
+    EXPECT_TRUE(run.out.endsWith("  状態: 完了\n")) << run.out.toStdString();
+    EXPECT_TRUE(run.err.contains("圧縮中 資料.zip: 100% (4/4)")) << run.err.toStdString();
+    EXPECT_FALSE(run.err.contains('\r') || run.err.contains(QChar(0x1b)));
+}
+
+// A Windows-made archive (CP932 names, no UTF-8 flag, made on "MS-DOS") is
+// extracted with the factory "Win To Mac" profile into a folder named after it.
+TEST_F(CommandLine, ExtractWindowsMadeArchive)
+{
+    python("import zipfile\n"
+           "class WindowsName(zipfile.ZipInfo):\n"
+           "    def _encodeFilenameFlags(self):\n"
+           "        return self.filename.encode('cp932'), self.flag_bits\n"
+           "with zipfile.ZipFile('win.zip', 'w') as z:\n"
+           "    for name, data in (('報告書/', b''), ('報告書/①～.txt', b'one'), ('Thumbs.db', b'x')):\n"
+           "        info = WindowsName(name)\n"
+           "        info.create_system = 0\n"
+           "        z.writestr(info, data)\n");
+    const Outcome run = mokuza({"extract", "--dest", "out", "win.zip"});
+    ASSERT_EQ(run.exit, 0) << run.err.toStdString();
+    EXPECT_EQ(TestEnvironment::listTree(path("out")),
+              (QStringList{"win/", "win/報告書/", "win/報告書/①～.txt"}))
+        << "Thumbs.db is left out by the profile";
+    EXPECT_EQ(TestEnvironment::readFile(path("out/win/報告書/①～.txt")), "one");
+    EXPECT_TRUE(run.out.contains("  destination: " + path("out") + "\n  status: done\n"))
+        << run.out.toStdString();
+}
+
+struct PasswordCase {
+    const char* name;
+    const char* input; // nullptr: no --password-stdin
+    int exit;
+    const char* text;  // on standard output, or standard error for exit 2
+    bool placed;
+};
+
+void PrintTo(const PasswordCase& row, std::ostream* out) { *out << row.name; }
+
+class Password : public CommandLine, public ::testing::WithParamInterface<PasswordCase> {};
+
+// An archive encrypted by Info-ZIP: one attempt with the given password; a
+// wrong one places nothing and lists the entries that failed.
+TEST_P(Password, ExtractEncrypted)
+{
+    const PasswordCase& c = GetParam();
+    makeFiles({"secret/a.txt", "secret/b.txt"});
+    ASSERT_EQ(TestEnvironment::run("zip", {"-qr", "-P", "right", "enc.zip", "secret"}, dir.path()).exitCode, 0);
+    QStringList arguments{"extract", "--profile", "Mac To Mac", "--dest", "out", "enc.zip"};
+    if (c.input) {
+        arguments.insert(1, "--password-stdin");
+    }
+    const Outcome run = mokuza(arguments, c.input ? QByteArray(c.input) : QByteArray());
+    EXPECT_EQ(run.exit, c.exit) << run.err.toStdString();
+    EXPECT_TRUE((c.exit == 2 ? run.err : run.out).contains(QString::fromUtf8(c.text)))
+        << run.out.toStdString() << run.err.toStdString();
+    EXPECT_EQ(QFileInfo::exists(path("out/enc/secret/a.txt")), c.placed);
+    if (!c.placed) {
+        EXPECT_TRUE(TestEnvironment::listTree(path("out")).isEmpty()) << "nothing placed";
+    }
+    QStringList left;
+    for (const QString& entry : TestEnvironment::listTree(path("tmp"))) {
+        if (!entry.endsWith('/')) {
+            left.append(entry);
+        }
+    }
+    EXPECT_TRUE(left.isEmpty()) << "working files left: " << left.join(' ').toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, Password,
+    ::testing::Values(
+        PasswordCase{"Right", "right\n", 0, "  status: done\n", true},
+        PasswordCase{"Wrong", "wrong\n", 1, "  status: done with errors\n  errors (", false},
+        PasswordCase{"NoTerminalNoInput", nullptr, 2, "enc.zip is encrypted", false}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// The password from standard input encrypts the archive; the result masks it
+// unless asked to show it.
+TEST_F(CommandLine, CompressWithPasswordFromInput)
+{
+    makeFiles({"a.txt"});
+    for (const bool show : {false, true}) {
+        const QString archive = show ? "shown" : "masked";
+        QStringList arguments{"compress", "--password-stdin", "--dest", archive, "a.txt"};
+        if (show) {
+            arguments.append("--show-password");
+        }
+        const Outcome run = mokuza(arguments, "s3cret\n");
+        ASSERT_EQ(run.exit, 0) << run.err.toStdString();
+        EXPECT_TRUE(run.out.contains(show ? "  password: s3cret\n" : "  password: ********\n"))
+            << run.out.toStdString();
+        EXPECT_EQ(TestEnvironment::run("unzip", {"-P", "s3cret", "-t", archive + "/a.zip"}, dir.path()).exitCode, 0);
+        EXPECT_NE(TestEnvironment::run("unzip", {"-P", "other", "-t", archive + "/a.zip"}, dir.path()).exitCode, 0);
+    }
+}
+
+// The factory profiles ask when a name is taken: without a terminal the
+// question is refused and the existing archive kept; --on-conflict answers it.
+TEST_F(CommandLine, TakenNameIsRefusedWithoutTerminalOrAnsweredByOption)
+{
+    makeFiles({"src/a.txt"});
+    ASSERT_EQ(mokuza({"compress", "--dest", "out", "src"}).exit, 0);
+    const QByteArray first = TestEnvironment::readFile(path("out/src.zip"));
+
+    const Outcome refused = mokuza({"compress", "--dest", "out", "src"});
+    EXPECT_EQ(refused.exit, 2);
+    EXPECT_TRUE(refused.err.contains("--on-conflict overwrite or rename")) << refused.err.toStdString();
+    EXPECT_EQ(TestEnvironment::readFile(path("out/src.zip")), first);
+
+    const Outcome renamed = mokuza({"compress", "--dest", "out", "--on-conflict", "rename", "src"});
+    EXPECT_EQ(renamed.exit, 0);
+    EXPECT_EQ(TestEnvironment::listTree(path("out")), (QStringList{"src 2.zip", "src.zip"}));
+}
+
+// ---------------------------------------------------------------------------
+// Ctrl-C while the first archive's first item is under way.
+
+struct InterruptCase {
+    const char* name;
+    bool extract;
+};
+
+void PrintTo(const InterruptCase& row, std::ostream* out) { *out << row.name; }
+
+class Interrupt : public CommandLine, public ::testing::WithParamInterface<InterruptCase> {};
+
+// The job's cancel holds: an archive keeps the items stored before it, an
+// extraction places nothing and leaves no working files; exit status 130.
+TEST_P(Interrupt, CancelsTheJobAsItsCancelButtonWould)
+{
+    const bool extract = GetParam().extract;
+    // Items that take long enough that the signal arrives while the first
+    // one is under way: incompressible to write, large to extract.
+    python(extract ? "import zipfile\n"
+                     "with zipfile.ZipFile('big.zip', 'w', zipfile.ZIP_DEFLATED) as z:\n"
+                     "    for i in range(6): z.writestr('big/%d.bin' % i, bytes(16 << 20))\n"
+                   : "import os\n"
+                     "os.makedirs('big')\n"
+                     "for i in range(8): open('big/%d.bin' % i, 'wb').write(os.urandom(4 << 20))\n");
+    start(extract ? QStringList{"extract", "--dest", "out", "big.zip"}
+                  : QStringList{"compress", "--dest", "out", "big"});
+    process.closeWriteChannel();
+    process.setReadChannel(QProcess::StandardError);
+    while (!err.contains(": 0% (0/") && process.waitForReadyRead(60000)) {
+        err += process.readAllStandardError();
+    }
+    ASSERT_TRUE(err.contains(": 0% (0/")) << err.toStdString();
+    ::kill(pid_t(process.processId()), SIGINT);
+    const Outcome run = finish();
+
+    EXPECT_EQ(run.exit, 130) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains("mokuza: stopping after the item under way")) << run.err.toStdString();
+    EXPECT_TRUE(run.out.contains("  status: cancelled\n")) << run.out.toStdString();
+    if (extract) {
+        EXPECT_TRUE(TestEnvironment::listTree(path("out")).isEmpty());
+        for (const QString& entry : TestEnvironment::listTree(path("tmp"))) {
+            EXPECT_TRUE(entry.endsWith('/')) << entry.toStdString() << " left";
+        }
+    } else {
+        // Read back whole: what was stored before the cancel is a good archive.
+        const QString entries = python("import zipfile\n"
+                                       "z = zipfile.ZipFile('out/big.zip')\n"
+                                       "assert z.testzip() is None\n"
+                                       "print(len(z.namelist()))\n");
+        EXPECT_LT(entries.trimmed().toInt(), 9) << "the archive was completed";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, Interrupt,
+                         ::testing::Values(InterruptCase{"Compress", false}, InterruptCase{"Extract", true}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// ---------------------------------------------------------------------------
+// The terminal's progress line.
+
+struct BarCase {
+    const char* name;
+    int value;
+    int total;
+    double rate;
+    int columns;
+    const char* line;
+    const char* label = "a.zip";
+};
+
+void PrintTo(const BarCase& row, std::ostream* out) { *out << row.name; }
+
+class BarLine : public ::testing::TestWithParam<BarCase> {};
+
+TEST_P(BarLine, ShowsShareCountRateAndTimeLeftWithinTheWidth)
+{
+    const BarCase& c = GetParam();
+    EXPECT_EQ(RKTerminalProgress::barLine("圧縮中", QString::fromUtf8(c.label), c.value, c.total, c.rate,
+                                          c.columns),
+              QString::fromUtf8(c.line));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, BarLine,
+    ::testing::Values(
+        BarCase{"Start", 0, 8, -1, 120, "圧縮中 a.zip [------------------------]   0.0% 0/8"},
+        BarCase{"ThreeOfEight", 3, 8, 2.0, 120,
+                "圧縮中 a.zip [#########---------------]  37.5% 3/8 2 items/s 0:03 left"},
+        BarCase{"HoursLeft", 1, 20000, 4.0, 120,
+                "圧縮中 a.zip [------------------------]   0.0% 1/20000 4 items/s 1:23:20 left"},
+        BarCase{"Done", 8, 8, 2.0, 120, "圧縮中 a.zip [########################] 100.0% 8/8 2 items/s"},
+        BarCase{"NothingToDo", 0, 0, -1, 120, "圧縮中 a.zip [########################] 100.0% 0/0"},
+        // The bar gives way to the figures, then the name; a wide character
+        // takes two columns.
+        BarCase{"NarrowTerminalShortensTheBar", 3, 8, 2.0, 60,
+                "圧縮中 a.zip [####---------]  37.5% 3/8 2 items/s 0:03 left"},
+        BarCase{"LongNameIsShortened", 3, 8, 2.0, 60,
+                "圧縮中 とても長… [###-----]  37.5% 3/8 2 items/s 0:03 left", "とても長い名前のアーカイブ.zip"},
+        BarCase{"CutToTheWidth", 3, 8, 2.0, 16, "圧縮中 a.zip [#"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+} // namespace
