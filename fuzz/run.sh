@@ -8,7 +8,8 @@
 # with a non-zero exit and leaves its input in build/fuzz/findings/; once fixed,
 # keep the input in fuzz/reproducers/zip-reader and add a row to the reading tests.
 # Inputs that reach new code collect in build/fuzz/corpus; fuzz/corpus/zip-reader,
-# the seed corpus (fuzz/make-corpus.py), is only read.
+# the seed corpus (fuzz/make-corpus.py), and fuzz/corpus/zip-reader-found, what
+# earlier long runs found (merged with -merge=1), are only read.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
@@ -45,4 +46,4 @@ fi
 mkdir -p build/fuzz/corpus build/fuzz/findings
 "$fuzzer" -max_total_time="$seconds" -handle_xfsz=0 -rss_limit_mb=2048 -malloc_limit_mb=1024 -timeout=30 \
   -max_len=65536 -print_final_stats=1 -artifact_prefix=build/fuzz/findings/ "$@" \
-  build/fuzz/corpus fuzz/corpus/zip-reader 2>&1 | cat
+  build/fuzz/corpus fuzz/corpus/zip-reader fuzz/corpus/zip-reader-found 2>&1 | cat
