@@ -11,6 +11,7 @@
 #include <QHash>
 #include <QRandomGenerator>
 #include <QScopeGuard>
+#include <QThread>
 
 #include <quazip/zip.h>
 #include <zlib.h>
@@ -25,7 +26,9 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <mutex>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -991,17 +994,80 @@ std::optional<quint32> ZipArchive::testArchive(const QString& path, const QStrin
         return std::nullopt;
     }
     Private& r = *reader.d;
+    struct stat st;
+    if (::fstat(r.readFd, &st) != 0) {
+        return std::nullopt;
+    }
     const QList<QByteArray> passwords = r.passwordForms();
-    const auto discard = [](const char*, qsizetype) { return true; };
-    for (const ZipCentralRecord& record : r.directory.records()) {
-        if (r.entryReader.open(r.readFd, r.directory, record, passwords) != ZipEntryReader::Result::Ok
-            || r.entryReader.read(discard) != ZipEntryReader::Result::Ok) {
-            return std::nullopt;
+    const std::vector<ZipCentralRecord>& records = r.directory.records();
+    const qint64 fileSize = qint64(st.st_size);
+
+    // The check runs right after writing, so it is on every core as the
+    // writing was: each thread decodes a run of entries of about equal
+    // stored size and takes the CRC of its share of the file, and the shares'
+    // CRCs are joined in file order.
+    const int threads = qBound(1, QThread::idealThreadCount(), 16);
+    std::vector<size_t> firstRecord(size_t(threads) + 1, records.size());
+    {
+        quint64 total = 0;
+        for (const ZipCentralRecord& record : records) {
+            total += record.compressedSize + 1;
+        }
+        quint64 sum = 0;
+        int next = 1;
+        firstRecord[0] = 0;
+        for (size_t i = 0; i < records.size() && next < threads; ++i) {
+            while (next < threads && sum >= total * quint64(next) / quint64(threads)) {
+                firstRecord[size_t(next++)] = i;
+            }
+            sum += records[i].compressedSize + 1;
         }
     }
-    std::vector<char> buffer(kWriteBufferSize);
-    const std::optional<uLong> crc = crcOfDescriptor(r.readFd, buffer.data());
-    return crc ? std::optional<quint32>(quint32(*crc)) : std::nullopt;
+    std::atomic<bool> failed{false};
+    std::vector<uLong> shareCrcs(size_t(threads), crc32(0L, Z_NULL, 0));
+    const auto shareStart = [&](int share) { return fileSize * share / threads; };
+    const auto check = [&](int share) {
+        ZipEntryReader entries;
+        const auto discard = [](const char*, qsizetype) { return true; };
+        for (size_t i = firstRecord[size_t(share)]; i < firstRecord[size_t(share) + 1]; ++i) {
+            if (failed.load(std::memory_order_relaxed)) {
+                return;
+            }
+            if (entries.open(r.readFd, r.directory, records[i], passwords) != ZipEntryReader::Result::Ok
+                || entries.read(discard) != ZipEntryReader::Result::Ok) {
+                failed = true;
+                return;
+            }
+        }
+        std::vector<char> buffer(kWriteBufferSize);
+        uLong crc = crc32(0L, Z_NULL, 0);
+        for (qint64 offset = shareStart(share), end = shareStart(share + 1); offset < end;) {
+            const qint64 n = retryPread(r.readFd, buffer.data(), qMin<qint64>(kWriteChunk, end - offset), offset);
+            if (n <= 0) {
+                failed = true;
+                return;
+            }
+            crc = crc32(crc, reinterpret_cast<const Bytef*>(buffer.data()), uInt(n));
+            offset += n;
+        }
+        shareCrcs[size_t(share)] = crc;
+    };
+    std::vector<std::thread> helpers;
+    for (int share = 1; share < threads; ++share) {
+        helpers.emplace_back(check, share);
+    }
+    check(0);
+    for (std::thread& helper : helpers) {
+        helper.join();
+    }
+    if (failed) {
+        return std::nullopt;
+    }
+    uLong crc = shareCrcs[0];
+    for (int share = 1; share < threads; ++share) {
+        crc = crc32_combine(crc, shareCrcs[size_t(share)], z_off_t(shareStart(share + 1) - shareStart(share)));
+    }
+    return quint32(crc);
 }
 
 bool ZipArchive::UnzipCloseFile()

@@ -129,7 +129,7 @@ public:
     bool UnzipCloseFile();
 
     // Reads back every entry of the archive at path (decrypted with the
-    // password when it has one) and checks its size and CRC. The CRC-32 of
+    // password when it has one), on every core, and checks its size and CRC. The CRC-32 of
     // the whole archive file when every entry passes; nullopt when one does
     // not or the archive cannot be read.
     static std::optional<quint32> testArchive(const QString& path, const QString& password);
