@@ -13,6 +13,7 @@
 #include <QScopeGuard>
 #include <QThread>
 
+#include <libdeflate.h>
 #include <quazip/zip.h>
 #include <zlib.h>
 
@@ -1040,14 +1041,14 @@ std::optional<quint32> ZipArchive::testArchive(const QString& path, const QStrin
             }
         }
         std::vector<char> buffer(kWriteBufferSize);
-        uLong crc = crc32(0L, Z_NULL, 0);
+        quint32 crc = 0;
         for (qint64 offset = shareStart(share), end = shareStart(share + 1); offset < end;) {
             const qint64 n = retryPread(r.readFd, buffer.data(), qMin<qint64>(kWriteChunk, end - offset), offset);
             if (n <= 0) {
                 failed = true;
                 return;
             }
-            crc = crc32(crc, reinterpret_cast<const Bytef*>(buffer.data()), uInt(n));
+            crc = libdeflate_crc32(crc, buffer.data(), size_t(n));
             offset += n;
         }
         shareCrcs[size_t(share)] = crc;

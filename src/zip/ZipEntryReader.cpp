@@ -4,6 +4,7 @@
 #include "zip/ZipInflate64.h"
 
 #include <bzlib.h>
+#include <libdeflate.h>
 #include <lzma.h>
 #include <zlib.h>
 
@@ -23,6 +24,10 @@ constexpr qint64 kOutputSize = 64 * 1024;
 // The largest LZMA dictionary an entry may ask for: 7-Zip's own settings stay
 // well below it (64 MiB at its strongest).
 constexpr quint64 kLzmaDictionaryCap = quint64(512) << 20;
+// Deflated entries up to this size (both ways) are decoded in one call of
+// libdeflate, two to three times zlib's speed; larger ones stream through
+// zlib so memory stays bounded.
+constexpr quint64 kWholeEntryLimit = quint64(1) << 20;
 
 // The keys of traditional PKWARE encryption.
 class TraditionalKeys
@@ -73,6 +78,11 @@ struct ZipEntryReader::Private {
     z_stream inflater {};
     bool inflaterReady = false;
     std::unique_ptr<ZipInflate64> inflate64;
+    std::vector<char> wholeInput;
+    std::vector<char> wholeOutput;
+    std::unique_ptr<libdeflate_decompressor, void (*)(libdeflate_decompressor*)> decompressor {
+        nullptr, libdeflate_free_decompressor
+    };
 
     // The next piece of (decrypted) compressed data in input: its size, 0 at
     // the end of the entry's data, -1 when the file could not be read.
@@ -85,6 +95,7 @@ struct ZipEntryReader::Private {
     Result pump(const Sink& sink, const char* next, qint64 available, Decode decode);
     Result stored(const Sink& sink);
     Result deflated(const Sink& sink);
+    Result deflatedWhole(const Sink& sink);
     Result deflated64(const Sink& sink);
     Result bzip2(const Sink& sink);
     Result lzma(const Sink& sink);
@@ -148,8 +159,44 @@ ZipEntryReader::Result ZipEntryReader::Private::pump(const Sink& sink, const cha
     }
 }
 
+ZipEntryReader::Result ZipEntryReader::Private::deflatedWhole(const Sink& sink)
+{
+    if (!decompressor) {
+        decompressor.reset(libdeflate_alloc_decompressor());
+        if (!decompressor) {
+            return Result::Damaged;
+        }
+    }
+    wholeInput.resize(size_t(remaining));
+    for (size_t filled = 0; filled < wholeInput.size();) {
+        const qint64 n = fill();
+        if (n <= 0) {
+            return n < 0 ? Result::ReadFailed : Result::Damaged;
+        }
+        std::memcpy(wholeInput.data() + filled, input.data(), size_t(n));
+        filled += size_t(n);
+    }
+    // A stream longer than its stated size fails for want of space.
+    wholeOutput.resize(size_t(record.uncompressedSize));
+    size_t consumed = 0;
+    size_t produced = 0;
+    const libdeflate_result status = libdeflate_deflate_decompress_ex(
+        decompressor.get(), wholeInput.data(), wholeInput.size(), wholeOutput.data(),
+        wholeOutput.size(), &consumed, &produced);
+    if (status != LIBDEFLATE_SUCCESS) {
+        return Result::Damaged;
+    }
+    if (produced > 0 && !sink(wholeOutput.data(), qsizetype(produced))) {
+        return Result::SinkFailed;
+    }
+    return Result::Ok;
+}
+
 ZipEntryReader::Result ZipEntryReader::Private::deflated(const Sink& sink)
 {
+    if (record.uncompressedSize <= kWholeEntryLimit && remaining <= kWholeEntryLimit) {
+        return deflatedWhole(sink);
+    }
     if (!inflaterReady) {
         if (inflateInit2(&inflater, -MAX_WBITS) != Z_OK) {
             return Result::Damaged;
@@ -377,7 +424,9 @@ ZipEntryReader::Result ZipEntryReader::open(int fd, const ZipCentralDirectory& d
 ZipEntryReader::Result ZipEntryReader::read(const Sink& sink)
 {
     quint64 produced = 0;
-    uLong crc = crc32(0L, Z_NULL, 0);
+    // libdeflate's CRC uses carry-less multiplication where the processor
+    // has it: three times zlib's speed, which the read-back check feels.
+    quint32 crc = 0;
     bool tooLong = false;
     const quint64 expected = d->record.uncompressedSize;
     // Data beyond the stated size are never written: a lying entry cannot
@@ -388,7 +437,7 @@ ZipEntryReader::Result ZipEntryReader::read(const Sink& sink)
             return false;
         }
         produced += quint64(size);
-        crc = crc32(crc, reinterpret_cast<const Bytef*>(data), uInt(size));
+        crc = libdeflate_crc32(crc, data, size_t(size));
         return sink(data, size);
     };
     Result result = Result::Damaged;

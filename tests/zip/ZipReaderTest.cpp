@@ -118,6 +118,7 @@ TEST_P(ReadingAdapter, ListAndExtractEveryName)
 namespace {
 const char* const kOutside = "Entry name leads outside the destination folder";
 const char* const kOverlap = "Entry overlaps another entry";
+const char* const kDamaged = "Failed to read zip file";
 QJsonObject raw(const QJsonArray& entries, QJsonObject layout = {})
 {
     layout["entries"] = entries;
@@ -147,6 +148,12 @@ INSTANTIATE_TEST_SUITE_P(
         // Found by fuzzing: a 4 GiB dictionary was allocated before a byte was read.
         ReadCase { "LzmaDictionaryFarLargerThanItsEntry", {}, 4, { "l.txt" }, { "l.txt=lzma" }, {}, false,
                    raw({ QJsonObject { { "name", "l.txt" }, { "data", "lzma" }, { "method", 14 }, { "lzma_dict", qint64(0xFFFFFFFF) } } }) },
+        // Deflated data that does not fit its stated sizes; what was decoded stays, as after a CRC failure.
+        ReadCase { "DeflatedStreamsThatDoNotFitTheirSizes", {}, 4, { "long", "short", "cut" }, { "cut=", "long=", "short=0123456789" },
+                   { kDamaged, "no long", kDamaged, "no short", kDamaged, "no cut" }, false,
+                   raw({ QJsonObject { { "name", "long" }, { "data", "0123456789" }, { "size_off", -1 } },
+                         QJsonObject { { "name", "short" }, { "data", "0123456789" }, { "size_off", 1 } },
+                         QJsonObject { { "name", "cut" }, { "data", "0123456789" }, { "grow", -3 } } }) },
         ReadCase { "LargestComment", {}, 4, { "a.txt" }, { "a.txt=a" }, {}, false,
                    raw({ entry("a.txt", "a") }, { { "comment_size", 65535 } }) },
         ReadCase { "FakeEndRecordInTheComment", {}, 4, { "a.txt" }, { "a.txt=a" }, {}, false,
@@ -328,6 +335,13 @@ INSTANTIATE_TEST_SUITE_P(
                           R"({"entries": [{"name": "a", "data": "aaaa", "grow": 100}, {"name": "b", "data": "bbbb", "grow": 60},
                                           {"name": "c", "data": "cccc"}]})" } },
                       3, { "error 3 a", "error 3 b", "error 3 c" }, {} },
+        // The same beyond the size decoded in one piece.
+        AccountCase { "LargeDeflatedStreamsThatDoNotFitTheirSizes",
+                      { { "peer", "raw", "$ZIP",
+                          R"({"entries": [{"name": "long", "data": "0123456789", "repeat": 150000, "size_off": -1},
+                                          {"name": "short", "data": "0123456789", "repeat": 150000, "size_off": 1},
+                                          {"name": "cut", "data": "0123456789", "repeat": 150000, "grow": -3}]})" } },
+                      3, { "error 3 long", "error 3 short", "error 3 cut" }, {} },
         AccountCase { "EndRecordCutShort", { { "zip", "-q", "$ZIP", "deflate.txt" }, { "truncate", "-s", "-5", "$ZIP" } }, 0,
                       { "error 2 $ZIP" }, {} }),
     CaseName());

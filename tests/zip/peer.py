@@ -122,15 +122,15 @@ def raw(path, layout_json):
     """entries: [{"name" | "name_hex", "data", "method" (0, 8 or 14), "flag", "password_hex" (traditional encryption),
     "unicode_path" (a 0x7075 field; "unicode_stale": its CRC is of another name), "local_name" (the local header
     names something else), "same_local_as" (index: no data of its own, the central record points at that entry's
-    local header), "grow" (bytes added to the central compressed size)}]; "comment_size" (a comment of that many
+    local header), "grow" (bytes added to the central compressed size), "size_off" (added to the stated size), "repeat" (the data that many times)}]; "comment_size" (a comment of that many
     bytes); "fake_end" (the comment holds an end record whose directory does not parse)."""
     layout = json.loads(layout_json)
     body, central, placed = bytearray(), bytearray(), []
     for entry in layout["entries"]:
         name = bytes.fromhex(entry["name_hex"]) if "name_hex" in entry else entry["name"].encode("utf-8")
-        data = entry.get("data", "").encode("utf-8")
+        data = entry.get("data", "").encode("utf-8") * entry.get("repeat", 1)
         method, flag = entry.get("method", 8), entry.get("flag", 0)
-        crc = zlib.crc32(data)
+        crc, stated = zlib.crc32(data), len(data) + entry.get("size_off", 0)
         stored = data if method == 0 else zlib.compress(data, 6, -15) if method == 8 else data
         if method == 14:  # 7-Zip's layout: version, properties' size, properties claiming "lzma_dict" bytes
             stream = lzma.compress(data, lzma.FORMAT_RAW, filters=[{"id": lzma.FILTER_LZMA1, "dict_size": 1 << 16}])
@@ -149,10 +149,10 @@ def raw(path, layout_json):
             offset, stored_size = len(body), len(stored)
             local = entry.get("local_name", "").encode("utf-8") or name
             body += struct.pack("<IHHHHHIIIHH", 0x04034B50, 20, flag, method, 0x4A4F, 0x50B1, crc, len(stored),
-                                len(data), len(local), 0) + local + stored
+                                stated, len(local), 0) + local + stored
         placed.append((offset, stored_size))
         central += struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, 20, 20, flag, method, 0x4A4F, 0x50B1, crc,
-                               stored_size + entry.get("grow", 0), len(data), len(name), len(extra), 0, 0, 0, 0,
+                               stored_size + entry.get("grow", 0), stated, len(name), len(extra), 0, 0, 0, 0,
                                offset) + name + extra
     comment = b"c" * layout.get("comment_size", 0)
     if layout.get("fake_end"):
