@@ -1,12 +1,18 @@
 #include "ui/RKProfileEntryCheck.h"
 
-namespace {
-constexpr qint64 kNoKey = -1;
-}
+#include "platform/RKAppInfo.h"
+#include "platform/RKPanelService.h"
+#include "settings/RKSetting.h"
 
-QString RKProfileEntryCheck(const QString& name, const QString& profileID, _KeyCombo combination,
-                            const QList<RKStoredShortcut>& sameKind, quint64 passwordCode,
-                            qint64 passwordFlags)
+#include <QLineEdit>
+
+namespace {
+
+constexpr qint64 kNoKey = -1;
+
+template <typename Profile>
+QString entryCheck(const QString& name, const Profile& edited, _KeyCombo combination,
+                   const QList<Profile>& sameKind, const RKSetting& stored)
 {
     if (name.isEmpty()) {
         return QString::fromUtf16(u"プロファイル名は必須です");
@@ -17,14 +23,40 @@ QString RKProfileEntryCheck(const QString& name, const QString& profileID, _KeyC
     const auto sameCombination = [&combination](quint64 code, qint64 flags) {
         return qint64(code) == combination.code && flags == qint64(combination.flags);
     };
-    for (const RKStoredShortcut& stored : sameKind) {
-        if (stored.profileID != profileID && qint64(stored.code) != kNoKey
-            && sameCombination(stored.code, stored.flags)) {
+    for (const Profile& other : sameKind) {
+        if (other.profileID != edited.profileID && qint64(other.profileShotcutCode) != kNoKey
+            && sameCombination(other.profileShotcutCode, other.profileShotcutFlags)) {
             return QString::fromUtf16(u"ショートカット設定が他のプロファイルと重複しています");
         }
     }
-    if (sameCombination(passwordCode, passwordFlags)) {
+    if (sameCombination(stored.passwordShotcutCode, stored.passwordShotcutFlags)) {
         return QString::fromUtf16(u"ショートカット設定が全体設定のパスワード設定と重複しています");
     }
     return QString();
+}
+
+} // namespace
+
+QString RKProfileEntryCheck(const QString& name, const RKProfileSetting& edited,
+                            _KeyCombo combination, const RKSetting& stored)
+{
+    return entryCheck(name, edited, combination, stored.archiveProfiles, stored);
+}
+
+QString RKProfileEntryCheck(const QString& name, const RKUnArchiveProfileSetting& edited,
+                            _KeyCombo combination, const RKSetting& stored)
+{
+    return entryCheck(name, edited, combination, stored.unArchiveProfiles, stored);
+}
+
+void RKChooseStaticFolder(QWidget* parent, QString& folder, QLineEdit* field)
+{
+    const QString chosen =
+        showModalOpenPanel(parent, RKAppInfo::applicationTitle(),
+                           QString::fromUtf16(u"保存先を選択して下さい。"), folder, 1);
+    if (chosen.isNull()) {
+        return;
+    }
+    folder = chosen;
+    field->setText(chosen);
 }

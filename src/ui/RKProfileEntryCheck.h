@@ -2,24 +2,28 @@
 
 #include "platform/SRCommon.h"
 
-#include <QList>
 #include <QString>
 
-// The key combination of one stored profile.
-struct RKStoredShortcut
-{
-    QString profileID;
-    quint64 code = 0;
-    qint64 flags = 0;
-};
+class QLineEdit;
+class QWidget;
+class RKSetting;
+struct RKProfileSetting;
+struct RKUnArchiveProfileSetting;
 
 // Why a profile editor refuses what the user entered: the reason of the first
 // check that fails, or a null string when the entry may be stored.
 //  1. An empty name ("" only: a name of blanks is a name).
-//  2. With a key combination (code other than -1): another profile of the
-//     same kind (profileID differs) with that code and those flags; then the
-//     password combination of the settings with that code and those flags.
-// sameKind holds the profiles of the edited kind as stored now.
-QString RKProfileEntryCheck(const QString& name, const QString& profileID, _KeyCombo combination,
-                            const QList<RKStoredShortcut>& sameKind, quint64 passwordCode,
-                            qint64 passwordFlags);
+//  2. With a key combination (code other than -1): another stored profile of
+//     the edited one's kind (profileID differs) with that code and those
+//     flags; then the password combination of the settings with that code
+//     and those flags.
+// stored is the settings as they are in the store now, not as the editor
+// was opened with them.
+QString RKProfileEntryCheck(const QString& name, const RKProfileSetting& edited,
+                            _KeyCombo combination, const RKSetting& stored);
+QString RKProfileEntryCheck(const QString& name, const RKUnArchiveProfileSetting& edited,
+                            _KeyCombo combination, const RKSetting& stored);
+
+// The folder chooser of both editors' static save location. A chosen folder
+// goes into folder and is shown in field at once; a cancel changes nothing.
+void RKChooseStaticFolder(QWidget* parent, QString& folder, QLineEdit* field);

@@ -1,7 +1,5 @@
 #include "ui/RKProfileWindow.h"
 
-#include "platform/RKAppInfo.h"
-#include "platform/RKPanelService.h"
 #include "settings/RKSetting.h"
 #include "ui/KSPasswordField.h"
 #include "ui/RKErrorSheet.h"
@@ -179,14 +177,8 @@ void RKProfileWindow::btnAddTouchUpInside()
         return;
     }
     const _KeyCombo combination = ui->srProfileShortCut->keyCombo();
-    const RKSetting setting = RKSetting::Setting();
-    QList<RKStoredShortcut> archiveShortcuts;
-    for (const RKProfileSetting& stored : setting.archiveProfiles) {
-        archiveShortcuts.append({stored.profileID, stored.profileShotcutCode, stored.profileShotcutFlags});
-    }
     const QString refusal =
-        RKProfileEntryCheck(ui->txtProfileName->text(), m_profile->profileID, combination, archiveShortcuts,
-                            setting.passwordShotcutCode, setting.passwordShotcutFlags);
+        RKProfileEntryCheck(ui->txtProfileName->text(), *m_profile, combination, RKSetting::Setting());
     if (!refusal.isNull()) {
         RKShowErrorSheet(this, refusal);
         return;
@@ -232,14 +224,7 @@ void RKProfileWindow::btnStaticFolderOpenTouchUpInside()
     if (!m_profile) {
         return;
     }
-    const QString chosen =
-        showModalOpenPanel(this, RKAppInfo::applicationTitle(), QString::fromUtf16(u"保存先を選択して下さい。"),
-                           m_profile->saveStaticFolderPath, 1);
-    if (chosen.isNull()) {
-        return;
-    }
-    m_profile->saveStaticFolderPath = chosen;
-    ui->txtSaveStaticFolderPath->setText(chosen);
+    RKChooseStaticFolder(this, m_profile->saveStaticFolderPath, ui->txtSaveStaticFolderPath);
 }
 
 void RKProfileWindow::btnShowPasswordTouchUpInside()

@@ -1,7 +1,5 @@
 #include "ui/RKUnArchiveProfileWindow.h"
 
-#include "platform/RKAppInfo.h"
-#include "platform/RKPanelService.h"
 #include "settings/RKSetting.h"
 #include "ui/RKErrorSheet.h"
 #include "ui/RKProfileEntryCheck.h"
@@ -51,14 +49,8 @@ void RKUnArchiveProfileWindow::btnAddTouchUpInside()
         return;
     }
     const _KeyCombo combination = ui->srProfileShotcut->keyCombo();
-    const RKSetting setting = RKSetting::Setting();
-    QList<RKStoredShortcut> unArchiveShortcuts;
-    for (const RKUnArchiveProfileSetting& stored : setting.unArchiveProfiles) {
-        unArchiveShortcuts.append({stored.profileID, stored.profileShotcutCode, stored.profileShotcutFlags});
-    }
     const QString refusal =
-        RKProfileEntryCheck(ui->txtProfileName->text(), m_profile->profileID, combination, unArchiveShortcuts,
-                            setting.passwordShotcutCode, setting.passwordShotcutFlags);
+        RKProfileEntryCheck(ui->txtProfileName->text(), *m_profile, combination, RKSetting::Setting());
     if (!refusal.isNull()) {
         RKShowErrorSheet(this, refusal);
         return;
@@ -100,14 +92,7 @@ void RKUnArchiveProfileWindow::btnStaticFolderOpenTouchUpInside()
     if (!m_profile) {
         return;
     }
-    const QString chosen =
-        showModalOpenPanel(this, RKAppInfo::applicationTitle(), QString::fromUtf16(u"保存先を選択して下さい。"),
-                           m_profile->saveStaticFolderPath, 1);
-    if (chosen.isNull()) {
-        return;
-    }
-    m_profile->saveStaticFolderPath = chosen;
-    ui->txtSaveStaticFolderPath->setText(chosen);
+    RKChooseStaticFolder(this, m_profile->saveStaticFolderPath, ui->txtSaveStaticFolderPath);
 }
 
 bool RKUnArchiveProfileWindow::shortcutRecorderIsKeyCodeAndFlagsTaken(SRRecorderControl*, qint64, quint64,
