@@ -37,23 +37,16 @@ constexpr int A = 0, S = 1, K = 40, R = 15, Q = 12, P = 35, Space = 49, Escape =
               LeftShift = 56, Circumflex = 33;
 
 // Session shortcuts as a list instead of an X server.
-class ScriptedHotKeys : public SRHotKeyProbe
-{
-public:
-    ScriptedHotKeys(bool canProbe, std::optional<_KeyCombo> taken) : m_canProbe(canProbe), m_taken(taken)
-    {
-        SRHotKeyProbe::setCurrent(this);
-    }
-    ~ScriptedHotKeys() override { SRHotKeyProbe::setCurrent(nullptr); }
-    bool canProbe() override { return m_canProbe; }
+struct ScriptedHotKeys : SRHotKeyProbe {
+    ScriptedHotKeys(bool canProbe, std::optional<_KeyCombo> taken) : probes(canProbe), taken(taken) { setCurrent(this); }
+    ~ScriptedHotKeys() override { setCurrent(nullptr); }
+    bool canProbe() override { return probes; }
     bool isTaken(qint64 keyCode, quint32 carbonFlags) override
     {
-        return m_taken == SRMakeKeyCombo(keyCode, SRCocoaFlagsFromCarbonFlags(carbonFlags));
+        return taken == SRMakeKeyCombo(keyCode, SRCocoaFlagsFromCarbonFlags(carbonFlags));
     }
-
-private:
-    bool m_canProbe;
-    std::optional<_KeyCombo> m_taken;
+    bool probes;
+    std::optional<_KeyCombo> taken;
 };
 
 // An owner that refuses one combination and keeps every change it is told.
