@@ -38,7 +38,7 @@ protected:
         if (!TestEnvironment::hasProgram(QStringLiteral("setxkbmap"))) {
             GTEST_SKIP() << "setxkbmap is missing";
         }
-        ASSERT_EQ(setxkbmap("us"), 0);
+        ASSERT_EQ(setxkbmap({QStringLiteral("us")}), 0);
     }
 
     void TearDown() override
@@ -47,9 +47,9 @@ protected:
         SRHotKeyProbe::setCurrent(nullptr);
     }
 
-    static int setxkbmap(const char* layout)
+    static int setxkbmap(const QStringList& arguments)
     {
-        return s_server->runClient(QStringLiteral("setxkbmap"), {QString::fromLatin1(layout)});
+        return s_server->runClient(QStringLiteral("setxkbmap"), arguments);
     }
 
     static bool lockGroup(int group)
@@ -82,7 +82,7 @@ TEST_F(SRXvfbTest, TextsFollowTheServersLayout)
     EXPECT_EQ(SRDisplayStringForKeyCode(0), QStringLiteral("A"));
     EXPECT_EQ(transformer->reverseTransformedValue(QStringLiteral("Q")), QVariant(12));
 
-    ASSERT_EQ(setxkbmap("fr"), 0);
+    ASSERT_EQ(setxkbmap({QStringLiteral("fr")}), 0);
     EXPECT_TRUE(TestEnvironment::waitFor([] { return SRDisplayStringForKeyCode(0) == QStringLiteral("Q"); }, 20000));
     EXPECT_EQ(transformer->reverseTransformedValue(QStringLiteral("Q")), QVariant(0));
     EXPECT_EQ(transformer->reverseTransformedValue(QStringLiteral("A")), QVariant(12));
@@ -90,7 +90,7 @@ TEST_F(SRXvfbTest, TextsFollowTheServersLayout)
 
     // Two layouts in one keymap: the active group decides. A layout
     // indicator switches it by locking the group.
-    ASSERT_EQ(s_server->runClient(QStringLiteral("setxkbmap"), {QStringLiteral("-layout"), QStringLiteral("us,fr")}), 0);
+    ASSERT_EQ(setxkbmap({QStringLiteral("-layout"), QStringLiteral("us,fr")}), 0);
     EXPECT_TRUE(TestEnvironment::waitFor([] { return SRDisplayStringForKeyCode(0) == QStringLiteral("A"); }, 20000));
     ASSERT_TRUE(lockGroup(1));
     EXPECT_TRUE(TestEnvironment::waitFor([] { return SRDisplayStringForKeyCode(0) == QStringLiteral("Q"); }, 20000));
