@@ -116,14 +116,13 @@ enum class Entered { None, Own, OtherOfSameKind, SameKeyOtherFlags, OtherKind, P
 
 struct CheckRow {
     const char* name;
-    Kind kind;
     const char* typedName;
     Entered entered;
     bool passwordKeySet;
     const char16_t* refusal; // nullptr: accepted
 };
 
-class RKProfileEditorCheck : public ::testing::TestWithParam<CheckRow>
+class RKProfileEditorCheck : public ::testing::TestWithParam<std::tuple<Kind, CheckRow>>
 {
 };
 
@@ -132,8 +131,8 @@ class RKProfileEditorCheck : public ::testing::TestWithParam<CheckRow>
 // (F5, edited), "12l" (⇧R), "13l" (none); the password combination P or none.
 TEST_P(RKProfileEditorCheck, AcceptingChecksInOrderAgainstTheStoreAsItIsThen)
 {
-    const CheckRow& row = GetParam();
-    const bool archive = row.kind == Kind::Archive;
+    const auto& [kind, row] = GetParam();
+    const bool archive = kind == Kind::Archive;
     RKSetting().commit();
     Editor editor = archive ? Editor(profile<RKProfileSetting>("1l", K, Command))
                             : Editor(profile<RKUnArchiveProfileSetting>("11l", F5));
@@ -170,27 +169,23 @@ constexpr const char16_t* kPasswordKey = u"ショートカット設定が全体�
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, RKProfileEditorCheck,
-    ::testing::Values(
-        CheckRow{"EmptyName", Kind::Archive, "", Entered::None, true, kNameRequired},
-        CheckRow{"EmptyNameIsToldBeforeADuplicate", Kind::Archive, "", Entered::OtherOfSameKind, true, kNameRequired},
-        CheckRow{"BlankNamePasses", Kind::Archive, "  ", Entered::None, true, nullptr},
-        CheckRow{"DuplicateOfAnotherArchiveProfile", Kind::Archive, "x", Entered::OtherOfSameKind, true, kDuplicate},
-        CheckRow{"OwnCombination", Kind::Archive, "x", Entered::Own, true, nullptr},
-        CheckRow{"SameKeyOtherModifiers", Kind::Archive, "x", Entered::SameKeyOtherFlags, true, nullptr},
-        CheckRow{"CombinationOfAnUnarchiveProfile", Kind::Archive, "x", Entered::OtherKind, true, nullptr},
-        CheckRow{"PasswordCombination", Kind::Archive, "x", Entered::Password, true, kPasswordKey},
-        // Were the checks made, no key would equal the password's no key.
-        CheckRow{"NoCombinationSkipsEveryCheck", Kind::Archive, "x", Entered::None, false, nullptr},
-        CheckRow{"UnarchiveEmptyName", Kind::UnArchive, "", Entered::OtherOfSameKind, true, kNameRequired},
-        CheckRow{"UnarchiveBlankNamePasses", Kind::UnArchive, " ", Entered::None, true, nullptr},
-        CheckRow{"UnarchiveDuplicateOfAnotherUnarchiveProfile", Kind::UnArchive, "x", Entered::OtherOfSameKind, true,
-                 kDuplicate},
-        CheckRow{"UnarchiveOwnCombination", Kind::UnArchive, "x", Entered::Own, true, nullptr},
-        CheckRow{"UnarchiveSameKeyOtherModifiers", Kind::UnArchive, "x", Entered::SameKeyOtherFlags, true, nullptr},
-        CheckRow{"UnarchiveCombinationOfAnArchiveProfile", Kind::UnArchive, "x", Entered::OtherKind, true, nullptr},
-        CheckRow{"UnarchivePasswordCombination", Kind::UnArchive, "x", Entered::Password, true, kPasswordKey},
-        CheckRow{"UnarchiveNoCombinationSkipsEveryCheck", Kind::UnArchive, "x", Entered::None, false, nullptr}),
-    [](const auto& info) { return std::string(info.param.name); });
+    ::testing::Combine(
+        ::testing::Values(Kind::Archive, Kind::UnArchive),
+        ::testing::Values(
+            CheckRow{"EmptyName", "", Entered::None, true, kNameRequired},
+            CheckRow{"EmptyNameIsToldBeforeADuplicate", "", Entered::OtherOfSameKind, true, kNameRequired},
+            CheckRow{"BlankNamePasses", "  ", Entered::None, true, nullptr},
+            CheckRow{"DuplicateOfAnotherProfileOfTheKind", "x", Entered::OtherOfSameKind, true, kDuplicate},
+            CheckRow{"OwnCombination", "x", Entered::Own, true, nullptr},
+            CheckRow{"SameKeyOtherModifiers", "x", Entered::SameKeyOtherFlags, true, nullptr},
+            CheckRow{"CombinationOfTheOtherKind", "x", Entered::OtherKind, true, nullptr},
+            CheckRow{"PasswordCombination", "x", Entered::Password, true, kPasswordKey},
+            // Were the checks made, no key would equal the password's no key.
+            CheckRow{"NoCombinationSkipsEveryCheck", "x", Entered::None, false, nullptr})),
+    [](const auto& info) {
+        const char* kind = std::get<0>(info.param) == Kind::Archive ? "Archive" : "Unarchive";
+        return kind + std::string(std::get<1>(info.param).name);
+    });
 
 // ---- loading and writing
 
