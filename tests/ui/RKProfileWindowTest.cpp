@@ -53,20 +53,18 @@ struct ScriptedPanels : RKPanelService {
 // One editor of either kind, shown on a profile object, and what it told its
 // delegate, with whether it was still shown when it did.
 struct Editor : RKProfileWindowDelegate, RKUnArchiveProfileWindowDelegate {
-    explicit Editor(const RKProfileSetting& p) : kind(Kind::Archive), archive(std::make_shared<RKProfileSetting>(p))
+    explicit Editor(const RKProfileSetting& p) : kind(Kind::Archive) { open<RKProfileWindow>(archive, p); }
+    explicit Editor(const RKUnArchiveProfileSetting& p) : kind(Kind::UnArchive)
     {
-        auto* window = new RKProfileWindow;
-        window->setDelegate(this);
-        window->setTargetProfile(archive);
-        dialog.reset(window);
-        dialog->show();
+        open<RKUnArchiveProfileWindow>(unArchive, p);
     }
-    explicit Editor(const RKUnArchiveProfileSetting& p)
-        : kind(Kind::UnArchive), unArchive(std::make_shared<RKUnArchiveProfileSetting>(p))
+    template <typename Window, typename Profile>
+    void open(std::shared_ptr<Profile>& target, const Profile& p)
     {
-        auto* window = new RKUnArchiveProfileWindow;
+        target = std::make_shared<Profile>(p);
+        auto* window = new Window;
         window->setDelegate(this);
-        window->setTargetProfile(unArchive);
+        window->setTargetProfile(target);
         dialog.reset(window);
         dialog->show();
     }
