@@ -41,7 +41,7 @@ TEST(RKExclusionTokenField, CleanUpWhenEditingEnds)
     }
 }
 
-TEST(RKExclusionTokenField, ListsRoundTripThroughTheTextAndTypedRepeatsAreNotAdded)
+TEST(RKExclusionTokenField, ListsRoundTripThroughTheText)
 {
     RKExclusionFoldersTokenField field;
     field.setExclusionFolders({"__MACOSX", ".git"});
@@ -50,14 +50,6 @@ TEST(RKExclusionTokenField, ListsRoundTripThroughTheTextAndTypedRepeatsAreNotAdd
     field.setExclusionFiles({});
     // An empty field holds one empty pattern, which matches no name.
     EXPECT_EQ(field.arrayExclusionFiles(), QStringList{QString()});
-
-    field.show();
-    field.setFocus();
-    QTest::keyClicks(&field, "a,b,a,c");
-    EXPECT_EQ(field.text(), QStringLiteral("a,b,c"));
-    QTest::keyClicks(&field, ",c");
-    QTest::keyClick(&field, Qt::Key_Return);
-    EXPECT_EQ(field.text(), QStringLiteral("a,b,c"));
 }
 
 // What is typed or pasted into a field; "|" marks the cursor in the texts

@@ -10,7 +10,6 @@
 
 #include <QAbstractButton>
 #include <QComboBox>
-#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTableWidget>
@@ -30,18 +29,8 @@ const QString A = QStringLiteral("Mac To Win"), B = QStringLiteral("Mac To Mac")
 
 QStringList storedNames(Side side)
 {
-    QStringList names;
     const RKSetting setting = RKSetting::Setting();
-    if (side == Side::Archive) {
-        for (const RKProfileSetting& profile : setting.archiveProfiles) {
-            names.append(profile.profileName);
-        }
-    } else {
-        for (const RKUnArchiveProfileSetting& profile : setting.unArchiveProfiles) {
-            names.append(profile.profileName);
-        }
-    }
-    return names;
+    return side == Side::Archive ? names(setting.archiveProfiles) : names(setting.unArchiveProfiles);
 }
 
 // The names of the stored profiles the four identifiers name: archive
@@ -75,12 +64,7 @@ protected:
     }
 
     template <typename T = QAbstractButton>
-    T* child(const char* name) const
-    {
-        T* found = window->findChild<T*>(QString::fromUtf8(name));
-        EXPECT_NE(found, nullptr) << name;
-        return found;
-    }
+    T* child(const char* name) const { return ProfileTestSupport::child<T>(window.get(), name); }
     QTableWidget* table(Side side) const
     {
         return child<QTableWidget>(side == Side::Archive ? "zipProfileTableView" : "unZipProfileTableView");
@@ -107,20 +91,7 @@ protected:
         return rows.isEmpty() ? -1 : rows.first().row();
     }
 
-    // The reason of the alert on the window, which is dismissed; null when
-    // there is none.
-    QString takeAlert() const
-    {
-        auto* alert = window->findChild<QMessageBox*>(QStringLiteral("errorSheet"));
-        if (!alert || !alert->isVisible()) {
-            return QString();
-        }
-        EXPECT_EQ(alert->text(), QString::fromUtf16(u"エラー"));
-        EXPECT_EQ(alert->windowModality(), Qt::WindowModal);
-        const QString text = alert->informativeText();
-        alert->buttons().value(0)->click();
-        return text;
-    }
+    QString takeAlert() const { return ProfileTestSupport::takeAlert(window.get()); }
 
     QWidget parent;
     std::unique_ptr<RKPreferenceWindow> window;
@@ -256,11 +227,6 @@ TEST_F(RKPreferenceWindowTest, CopyOfMacToWin)
     EXPECT_FALSE(sourceCell->shortCutControl()->isHidden());
     EXPECT_FALSE(sourceCell->shortCutControl()->isEnabled());
     EXPECT_TRUE(copyCell->shortCutControl()->isHidden());
-    EXPECT_EQ(table(Side::Archive)->item(5, 0)->data(Qt::UserRole).toString(), QStringLiteral("TextViewCell"));
-    EXPECT_EQ(table(Side::Archive)->item(5, 1)->data(Qt::UserRole).toString(), QStringLiteral("ShortCutViewCell"));
-    EXPECT_EQ(table(Side::Archive)->horizontalHeaderItem(1)->data(Qt::UserRole).toString(), QStringLiteral("ZipShotCut"));
-    EXPECT_EQ(table(Side::UnArchive)->horizontalHeaderItem(0)->data(Qt::UserRole).toString(),
-              QStringLiteral("UnZipProfileName"));
 }
 
 // ---- the editors: add, edit, cancel
@@ -277,17 +243,11 @@ TEST_F(RKPreferenceWindowTest, ArchiveEditorRegistersThroughTheWindow)
     EXPECT_TRUE(editor->isVisible());
     EXPECT_EQ(editor->windowModality(), Qt::WindowModal);
     EXPECT_EQ(editor->parentWidget(), window.get());
-    const auto type = [editor](const char* name, const QString& text) {
-        editor->findChild<QLineEdit*>(QString::fromUtf8(name))->setText(text);
-    };
-    const auto click = [editor](const char* name) {
-        editor->findChild<QAbstractButton*>(QString::fromUtf8(name))->click();
-    };
-    type("txtProfileName", QString::fromUtf16(u"社外秘"));
-    click("rdoPasswordStatic");
-    type("stPassword", QStringLiteral("{YYYY}{MM}{DD}"));
-    editor->findChild<SRRecorderControl*>(QStringLiteral("srProfileShortCut"))->setKeyCombo(SRMakeKeyCombo(S, 0));
-    click("btnAdd");
+    type(editor, "txtProfileName", QString::fromUtf16(u"社外秘"));
+    click(editor, "rdoPasswordStatic");
+    type(editor, "stPassword", QStringLiteral("{YYYY}{MM}{DD}"));
+    ProfileTestSupport::child<SRRecorderControl>(editor, "srProfileShortCut")->setKeyCombo(SRMakeKeyCombo(S, 0));
+    click(editor, "btnAdd");
     RKSetting stored = RKSetting::Setting();
     ASSERT_EQ(stored.archiveProfiles.size(), 6);
     EXPECT_EQ(fields(stored.archiveProfiles.last()), fields(*editor->targetProfile()));
@@ -298,17 +258,17 @@ TEST_F(RKPreferenceWindowTest, ArchiveEditorRegistersThroughTheWindow)
     emit table(Side::Archive)->cellDoubleClicked(1, 0);
     ASSERT_TRUE(editor->isVisible());
     EXPECT_EQ(editor->targetProfile()->profileID, stored.archiveProfiles[1].profileID);
-    type("txtProfileName", QStringLiteral("Mac To Mac 2"));
-    type("tfExclusionFolders", QStringLiteral("__MACOSX"));
-    click("btnAdd");
+    type(editor, "txtProfileName", QStringLiteral("Mac To Mac 2"));
+    type(editor, "tfExclusionFolders", QStringLiteral("__MACOSX"));
+    click(editor, "btnAdd");
     stored = RKSetting::Setting();
     ASSERT_EQ(stored.archiveProfiles.size(), 6);
     EXPECT_EQ(fields(stored.archiveProfiles[1]), fields(*editor->targetProfile()));
     EXPECT_EQ(shownNames(Side::Archive)[1], QStringLiteral("Mac To Mac 2"));
 
     emit table(Side::Archive)->cellDoubleClicked(1, 0);
-    type("txtProfileName", QStringLiteral("gone"));
-    click("btnCansel");
+    type(editor, "txtProfileName", QStringLiteral("gone"));
+    click(editor, "btnCansel");
     EXPECT_EQ(fields(RKSetting::Setting().archiveProfiles[1]), fields(stored.archiveProfiles[1]));
 }
 
@@ -318,17 +278,17 @@ TEST_F(RKPreferenceWindowTest, UnarchiveEditorRegistersThroughTheWindow)
     child("unZipProfileAddButton")->click();
     RKUnArchiveProfileWindow* editor = window->unArchiveProfileWindow();
     ASSERT_NE(editor, nullptr);
-    editor->findChild<QLineEdit*>(QStringLiteral("txtProfileName"))->setText(QString::fromUtf16(u"社外秘の解凍"));
-    editor->findChild<QAbstractButton*>(QStringLiteral("rdoSameNameAutoRename"))->click();
-    editor->findChild<SRRecorderControl*>(QStringLiteral("srProfileShotcut"))->setKeyCombo(SRMakeKeyCombo(R, Command));
-    editor->findChild<QPushButton*>(QStringLiteral("btnAdd"))->click();
+    type(editor, "txtProfileName", QString::fromUtf16(u"社外秘の解凍"));
+    click(editor, "rdoSameNameAutoRename");
+    ProfileTestSupport::child<SRRecorderControl>(editor, "srProfileShotcut")->setKeyCombo(SRMakeKeyCombo(R, Command));
+    click(editor, "btnAdd");
     ASSERT_EQ(RKSetting::Setting().unArchiveProfiles.size(), 3);
     EXPECT_EQ(fields(RKSetting::Setting().unArchiveProfiles.last()), fields(*editor->targetProfile()));
 
     table(Side::UnArchive)->selectRow(0);
     child("unZipProfileEditButton")->click();
-    editor->findChild<QLineEdit*>(QStringLiteral("tfExclusionFiles"))->setText(QStringLiteral("Thumbs.db"));
-    editor->findChild<QPushButton*>(QStringLiteral("btnAdd"))->click();
+    type(editor, "tfExclusionFiles", QStringLiteral("Thumbs.db"));
+    click(editor, "btnAdd");
     EXPECT_EQ(fields(RKSetting::Setting().unArchiveProfiles[0]), fields(*editor->targetProfile()));
     EXPECT_EQ(RKSetting::Setting().unArchiveProfiles[0].exclusionFiles, QStringList{"Thumbs.db"});
 }
