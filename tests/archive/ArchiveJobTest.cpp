@@ -33,7 +33,6 @@ struct JobCase {
     QList<Archive> archives; // none: a panel was cancelled and the job stopped
     QStringList exclusionFiles = {};
 
-void PrintTo(const JobCase& row, std::ostream* out) { *out << row.name; }
     QList<QPair<QString, QString>> links = {}; // link, target as written; made before the job
 };
 
