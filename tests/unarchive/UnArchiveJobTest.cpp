@@ -3,7 +3,6 @@
 // once the real prompt), a captured result window.
 #include "platform/RKMainThreadQueue.h"
 #include "settings/RKPasswordPrompt.h"
-#include "settings/RKSetting.h"
 #include "support/TestEnvironment.h"
 #include "support/jobs/ScriptedServices.h"
 #include "ui/KSPasswordField.h"
@@ -12,7 +11,6 @@
 #include "unarchive/RKUnArchiveMultiStaticFolder.h"
 #include "unarchive/RKUnArchiveSingleAnyTime.h"
 #include "unarchive/RKFileCopyUtil.h"
-#include "unarchive/RKUnArchiveSingleStaticFolder.h"
 #include "unarchive/RKWorkingFolder.h"
 #include "unarchive/UnArchiveTestSupport.h"
 #include "unarchive/widgets/RKUnArchivePasswordWindow.h"
@@ -57,13 +55,12 @@ class UnArchiveRunTest : public UnArchiveTest
 protected:
     UnArchiveRunTest() { services.host.unArchiveRunner = &runner; }
 
-    // Archives a.txt, d/ and d/b.txt (content "data") with zip or 7z.
-    QString makeArchive(const QString& path, const QString& tool = "zip", const QStringList& options = {})
+    // Archives a.txt, d/ and d/b.txt (content "data") with Info-ZIP.
+    QString makeArchive(const QString& path, const QStringList& options = {})
     {
         makeTree(in("content"), {"a.txt", "d/", "d/b.txt"}, "data");
         QDir().mkpath(QFileInfo(path).absolutePath());
-        const QStringList common = tool == "7z" ? QStringList{"a", "-tzip", "-bd"} : QStringList{"-r", "-q"};
-        runTool(tool, common + options + QStringList{path, "a.txt", "d"}, in("content"));
+        runTool("zip", QStringList{"-r", "-q"} + options + QStringList{path, "a.txt", "d"}, in("content"));
         return path;
     }
     // Starts the job and turns the event loop until it emitted finished(); how often it did.
@@ -104,21 +101,16 @@ const QStringList kPlaced{"secret/", "secret/a.txt=data", "secret/d/", "secret/d
 
 struct PasswordCase {
     const char* name;
-    const char* tool;
     const char* typed; // nullptr: the archive has no password
     bool placed;
 };
 
-class PasswordTest : public UnArchiveRunTest, public ::testing::WithParamInterface<PasswordCase>
-{
-};
+class PasswordTest : public UnArchiveRunTest, public ::testing::WithParamInterface<PasswordCase> {};
 
 TEST_P(PasswordTest, OnePromptThenPlacedOrErrors)
 {
     const PasswordCase& c = GetParam();
-    const bool sevenZip = QString(c.tool) == "7z";
-    const QStringList options = !c.typed ? QStringList{} : sevenZip ? QStringList{"-ps3cret"} : QStringList{"-P", "s3cret"};
-    const QString archive = makeArchive(in("secret.zip"), c.tool, options);
+    const QString archive = makeArchive(in("secret.zip"), c.typed ? QStringList{"-P", "s3cret"} : QStringList{});
     freezeInputs();
     services.passwords.unArchiveAnswers = {c.typed ? c.typed : "unused"};
 
@@ -141,17 +133,13 @@ TEST_P(PasswordTest, OnePromptThenPlacedOrErrors)
 }
 
 INSTANTIATE_TEST_SUITE_P(Password, PasswordTest,
-                         ::testing::Values(PasswordCase{"NoPassword", "zip", nullptr, true},
-                                           PasswordCase{"ZipRight", "zip", "s3cret", true},
-                                           PasswordCase{"SevenZipRight", "7z", "s3cret", true},
-                                           PasswordCase{"ZipWrong", "zip", "wrong", false},
-                                           PasswordCase{"SevenZipWrong", "7z", "wrong", false},
-                                           PasswordCase{"ZipEmpty", "zip", "", false}),
+                         ::testing::Values(PasswordCase{"NoPassword", nullptr, true}, PasswordCase{"Right", "s3cret", true},
+                                           PasswordCase{"Wrong", "wrong", false}, PasswordCase{"Empty", "", false}),
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(UnArchiveRunTest, RealPromptIsCentredMaskedAndItsButtonAccepts)
 {
-    const QString archive = makeArchive(in("secret.zip"), "zip", {"-P", "s3cret"});
+    const QString archive = makeArchive(in("secret.zip"), {"-P", "s3cret"});
     struct WindowPrompt : RKPasswordPrompt {
         QString showPasswordDialog(QObject*, const RKProfileSetting&) override { return {}; }
         QString askUnArchivePassword(QObject* runnerWindow) override
@@ -255,9 +243,7 @@ struct AskCase {
     QStringList placed;
 };
 
-class AskedDestinationTest : public UnArchiveRunTest, public ::testing::WithParamInterface<AskCase>
-{
-};
+class AskedDestinationTest : public UnArchiveRunTest, public ::testing::WithParamInterface<AskCase> {};
 
 TEST_P(AskedDestinationTest, OneChooserForEveryArchive)
 {
@@ -321,72 +307,6 @@ TEST_F(UnArchiveRunTest, FixedFolderIsMadeAndAFailedArchiveDoesNotStopTheNext)
                                             "not/yet/good/d/b.txt=data"}));
 }
 
-// An archive whose entry names are these raw bytes without the UTF-8 flag, as
-// Windows writes them (made by Python's zipfile). Entry i holds the text i.
-void writeRawNameArchive(const QString& archivePath, const QList<QByteArray>& rawNames)
-{
-    QStringList hexNames; // as hex, so no shell or code page touches the bytes
-    for (const QByteArray& name : rawNames) {
-        hexNames << QString::fromLatin1(name.toHex());
-    }
-    const QString script = R"(
-import sys, zipfile
-class RawName(zipfile.ZipInfo):
-    def _encodeFilenameFlags(self):
-        return self.filename.encode('cp437'), self.flag_bits & ~0x800
-with zipfile.ZipFile(sys.argv[1], 'w') as archive:
-    for index, name in enumerate(sys.argv[2:]):
-        info = RawName(bytes.fromhex(name).decode('cp437'), (2020, 1, 2, 3, 4, 6))
-        folder = info.filename.endswith('/')
-        info.external_attr = (0o40755 << 16 | 0x10) if folder else 0o644 << 16
-        archive.writestr(info, '' if folder else str(index))
-)";
-    runTool("python3", QStringList{"-c", script, archivePath} + hexNames);
-}
-
-struct RawNameCase {
-    const char* name;
-    QList<QByteArray> rawNames;
-    quint64 encoding; // 0: as the factory "Win To Mac" profile says
-    QStringList placed; // empty: error 2, nothing placed
-};
-
-class RawNameTest : public UnArchiveRunTest, public ::testing::WithParamInterface<RawNameCase>
-{
-};
-
-TEST_P(RawNameTest, WindowsNamesWithTheFactoryWinToMacProfile)
-{
-    const RawNameCase& c = GetParam();
-    writeRawNameArchive(in("資料.zip"), c.rawNames);
-    freezeInputs();
-    RKUnArchiveProfileSetting winToMac = RKSetting().unArchiveProfiles.value(0);
-    ASSERT_EQ(winToMac.profileName, "Win To Mac");
-    winToMac.saveStaticFolderPath = out();
-    winToMac.sourceEncoding = c.encoding ? c.encoding : winToMac.sourceEncoding;
-
-    EXPECT_EQ(runJob(std::make_shared<RKUnArchiveSingleStaticFolder>(QStringList{in("資料.zip")}, winToMac, nullptr)), 1);
-
-    EXPECT_EQ(snapshot(out()), c.placed);
-    EXPECT_EQ(results(), QStringList{"資料.zip | " + out() + " | " + (c.placed.isEmpty() ? "1" : "0")});
-    if (c.placed.isEmpty()) {
-        EXPECT_EQ(runner.errors(), QList<RQError>{RQError::initWithUnArchiverErrorCode(2, in("資料.zip"))});
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Names, RawNameTest,
-    ::testing::Values(RawNameCase{"ShiftJIS",
-                                  {QByteArray::fromHex("93fa967b8cea83748348838b835f2f"), // 日本語フォルダ/
-                                   QByteArray::fromHex("93fa967b8cea83748348838b835f2f955c2e747874"), // 表.txt (0x5C trail)
-                                   QByteArray::fromHex("8160874081612e747874"), // ～①∥.txt
-                                   QByteArray::fromHex("b6c0b6c5"),              // ｶﾀｶﾅ
-                                   "Thumbs.db", "desktop.ini"},
-                                  0,
-                                  {"資料/", "資料/日本語フォルダ/", "資料/日本語フォルダ/表.txt=1", "資料/～①∥.txt=2", "資料/ｶﾀｶﾅ=3"}},
-                      RawNameCase{"Utf8Undecodable", {"fine.txt", QByteArray::fromHex("fffe2e747874")}, 4, {}}),
-    [](const auto& info) { return std::string(info.param.name); });
-
 // --- the private working folder
 
 QString fileState(const QString& path)
@@ -405,9 +325,7 @@ struct PrivateFolderCase {
                         // one; nullptr: nowhere, as the temporary directory is a file
 };
 
-class PrivateFolderTest : public UnArchiveRunTest, public ::testing::WithParamInterface<PrivateFolderCase>
-{
-};
+class PrivateFolderTest : public UnArchiveRunTest, public ::testing::WithParamInterface<PrivateFolderCase> {};
 
 TEST_P(PrivateFolderTest, ExtractsWhereOnlyTheUserCanReach)
 {
@@ -559,19 +477,16 @@ class FaultTest : public UnArchiveRunTest, public ::testing::WithParamInterface<
 {
 protected:
     // a.txt, big.bin (1 MiB that does not compress), d/b.txt
-    QString content(const QString& relative)
+    void SetUp() override
     {
-        if (!QFileInfo::exists(in("content/big.bin"))) {
-            makeTree(in("content"), {"a.txt", "d/", "d/b.txt"}, "new");
-            QByteArray big(1 << 20, Qt::Uninitialized);
-            QRandomGenerator(7).fillRange(reinterpret_cast<quint32*>(big.data()), big.size() / 4);
-            EXPECT_TRUE(TestEnvironment::writeFile(in("content/big.bin"), big));
-        }
-        return in("content/" + relative);
+        UnArchiveRunTest::SetUp();
+        makeTree(in("content"), {"a.txt", "d/", "d/b.txt"}, "new");
+        QByteArray big(1 << 20, Qt::Uninitialized);
+        QRandomGenerator(7).fillRange(reinterpret_cast<quint32*>(big.data()), big.size() / 4);
+        EXPECT_TRUE(TestEnvironment::writeFile(in("content/big.bin"), big));
     }
     QString contentArchive(const QStringList& items = {"a.txt", "big.bin", "d"})
     {
-        content({});
         runTool("zip", QStringList{"-r", "-q", in("content.zip")} + items, in("content"));
         return in("content.zip");
     }
@@ -582,7 +497,7 @@ protected:
 
 QList<RQError> FaultTest::writeArchive()
 {
-    const QStringList items{content("a.txt"), content("big.bin")};
+    const QStringList items{in("content/a.txt"), in("content/big.bin")};
     ArchiveEnd end;
     RQZipArchiver archiver;
     archiver.setDelegate(&end);
@@ -603,7 +518,7 @@ QList<RQError> FaultTest::place()
         ADD_FAILURE() << "needs /dev/shm on another file system than the test folder";
         return {};
     }
-    EXPECT_TRUE(QFile::copy(content("big.bin"), shm.filePath("big.bin")));
+    EXPECT_TRUE(QFile::copy(in("content/big.bin"), shm.filePath("big.bin")));
     PlacementEnd end;
     RKFileCopyUtil util(shm.path(), out(), in("content.zip"), profile(0, 1), nullptr);
     util.setDelegate(&end);
