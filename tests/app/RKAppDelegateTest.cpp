@@ -360,7 +360,6 @@ TEST_P(MixedItems, AlertOnTheWindowThenQuitOnlyForOpenFiles)
 
 INSTANTIATE_TEST_SUITE_P(App, MixedItems,
                          ::testing::Values(MixedRow{"OpenFilesQuits", true, {"a.zip", "b.txt"}, 1},
-                                           MixedRow{"OpenFilesEmptyQuits", true, {}, 1},
                                            MixedRow{"DropStays", false, {"a.zip", "b.txt"}, 0}),
                          [](const auto& info) { return std::string(info.param.name); });
 

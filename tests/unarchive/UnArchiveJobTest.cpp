@@ -357,7 +357,8 @@ TEST_P(PrivateFolderTest, ExtractsWhereOnlyTheUserCanReach)
         ASSERT_EQ(::chmod(QFile::encodeName(named), 0777), 0);
         break;
     }
-    const QStringList planted{fileState(named), snapshot(named).join(' '), fileState(in("theirs")), snapshot(in("theirs")).join(' ')};
+    const auto plantedState = [&] { return QStringList{fileState(named), snapshot(named).join(' '), fileState(in("theirs")), snapshot(in("theirs")).join(' ')}; };
+    const QStringList planted = plantedState();
 
     runner.runUnArchive(nullptr, archive, profile(1), out());
 
@@ -374,9 +375,7 @@ TEST_P(PrivateFolderTest, ExtractsWhereOnlyTheUserCanReach)
     if (QString(c.root) == "fresh") {
         EXPECT_TRUE(QRegularExpression("^" + QRegularExpression::escape(named) + "-[A-Za-z0-9]{6}$").match(root).hasMatch())
             << root.toStdString();
-        EXPECT_EQ((QStringList{fileState(named), snapshot(named).join(' '), fileState(in("theirs")), snapshot(in("theirs")).join(' ')}),
-                  planted)
-            << "the planted folder is neither used nor touched";
+        EXPECT_EQ(plantedState(), planted) << "the planted folder is neither used nor touched";
     } else {
         EXPECT_EQ(root, named);
     }
