@@ -33,7 +33,6 @@ struct JobCase {
     QList<Archive> archives; // none: a panel was cancelled and the job stopped
     QStringList exclusionFiles = {};
 
-void PrintTo(const JobCase& row, std::ostream* out) { *out << row.name; }
     QList<QPair<QString, QString>> links = {}; // link, target as written; made before the job
 };
 
@@ -126,10 +125,7 @@ const char* const kAskEach = " の保存先を選択して下さい。";
 const char* const kAskPerItem = " の保存先を選択してください。";
 const char* const kAskSameName = "の保存先を選択して下さい。";
 
-QString ask(const char* name, const char* message)
-{
-    return QString::fromUtf8(name) + QString::fromUtf8(message);
-}
+QString ask(const char* name, const char* message) { return QString::fromUtf8(name) + QString::fromUtf8(message); }
 
 INSTANTIATE_TEST_SUITE_P(
     Jobs, ArchiveJob,

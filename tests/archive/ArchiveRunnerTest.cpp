@@ -16,6 +16,7 @@
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -79,8 +80,6 @@ struct RunCase {
     const char* text;    // the notification's text
 };
 
-void PrintTo(const RunCase& row, std::ostream* out) { *out << row.name; }
-
 class RunnerRun : public Runner, public ::testing::WithParamInterface<RunCase> {};
 
 TEST_P(RunnerRun, ShowsTheShareStartedNotifiesOnceAndKeepsTheErrors)
@@ -99,22 +98,15 @@ TEST_P(RunnerRun, ShowsTheShareStartedNotifiesOnceAndKeepsTheErrors)
     EXPECT_EQ(titles, c.titles);
     const auto notes = services.notifier.delivered();
     ASSERT_EQ(notes.size(), 1);
-    EXPECT_EQ(notes[0].title, "MOKUZA-FULL");
-    EXPECT_EQ(notes[0].subtitle, url);
-    EXPECT_EQ(notes[0].informativeText, c.text);
-    QList<int> codes;
-    QStringList paths;
+    EXPECT_EQ(notes[0].title + " | " + notes[0].subtitle + " | " + notes[0].informativeText, "MOKUZA-FULL | " + url + " | " + c.text);
+    QStringList errors;
     for (const RQError& error : runner.errors()) {
-        codes.append(error.code());
-        paths.append(error.localizedRecoverySuggestion());
+        errors.append(QString::number(error.code()) + " " + error.localizedRecoverySuggestion());
     }
-    EXPECT_EQ(codes, QList<int>(c.missing.size(), 1));
-    EXPECT_EQ(paths, absolute(dir.path(), c.missing));
+    EXPECT_EQ(errors, absolute(dir.path(), c.missing).replaceInStrings(QRegularExpression("^"), "1 "));
     EXPECT_EQ(QFileInfo::exists(url), !c.stored.isEmpty());
     if (!c.stored.isEmpty()) {
-        QStringList sorted = c.stored;
-        sorted.sort();
-        EXPECT_EQ(zipEntries(url), sorted);
+        EXPECT_EQ(zipEntries(url), c.stored) << "rows list them sorted";
     }
     EXPECT_FALSE(runner.isVisible());
     EXPECT_EQ(runner.findChild<QLabel*>("textField")->text(), "準備中");
@@ -127,10 +119,6 @@ INSTANTIATE_TEST_SUITE_P(
     Runs, RunnerRun,
     ::testing::Values(
         RunCase{"OneOfThree", {"a", "b", "c"}, {}, {"圧縮中 - 33.3%", "圧縮中 - 66.7%", "圧縮中 - 100.0%"},
-                "圧縮が完了しました"},
-        RunCase{"ThreeOfEight", {"1", "2", "3", "4", "5", "6", "7", "8"}, {},
-                {"圧縮中 - 12.5%", "圧縮中 - 25.0%", "圧縮中 - 37.5%", "圧縮中 - 50.0%", "圧縮中 - 62.5%",
-                 "圧縮中 - 75.0%", "圧縮中 - 87.5%", "圧縮中 - 100.0%"},
                 "圧縮が完了しました"},
         RunCase{"ItemGoneBeforeItsStep", {"a.txt"}, {"gone.txt"}, {"圧縮中 - 50.0%"},
                 "圧縮が完了しましたが、エラーがあります"},
