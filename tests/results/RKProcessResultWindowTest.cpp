@@ -111,36 +111,31 @@ TEST_F(RKProcessResultWindowTest, PasswordRowsMaskedOrClear)
 
 // Every way of closing ends the modal loop with code 0; the window was shown
 // centred over its parent.
-class RKProcessResultWindowClose
-    : public ::testing::TestWithParam<std::pair<const char*, void (*)(RKProcessResultWindow*)>>
+TEST(RKProcessResultWindowClose, EveryWayEndsTheModalLoopWithZero)
 {
-};
-
-TEST_P(RKProcessResultWindowClose, EndsTheModalLoopWithZero)
-{
+    const std::pair<const char*, void (*)(RKProcessResultWindow*)> ways[] = {
+        {"CloseButton", [](RKProcessResultWindow* w) { w->findChild<QPushButton*>("btnClose")->click(); }},
+        {"WindowManager", [](RKProcessResultWindow* w) { w->QDialog::close(); }},
+        {"Escape", [](RKProcessResultWindow* w) { w->reject(); }},
+    };
     QWidget parent;
     parent.setGeometry(100, 120, 900, 700);
     parent.show();
-    RKProcessResultWindow window;
-    QPoint shownAt;
-    int finishedWith = -99;
-    QObject::connect(&window, &QDialog::finished, [&](int code) { finishedWith = code; });
-    QTimer::singleShot(0, &window, [&] {
-        shownAt = window.geometry().topLeft();
-        GetParam().second(&window);
-    });
-    window.showResults(&parent, {result("a.zip", QString(), false)});
-    EXPECT_EQ(finishedWith, 0);
-    EXPECT_FALSE(window.isVisible());
-    EXPECT_EQ(shownAt, QPoint(100 + (900 - 755) / 2, 120 + (700 - 300) / 2));
+    for (const auto& [name, close] : ways) {
+        SCOPED_TRACE(name);
+        RKProcessResultWindow window;
+        QPoint shownAt;
+        int finishedWith = -99;
+        QObject::connect(&window, &QDialog::finished, [&](int code) { finishedWith = code; });
+        QTimer::singleShot(0, &window, [&] {
+            shownAt = window.geometry().topLeft();
+            close(&window);
+        });
+        window.showResults(&parent, {result("a.zip", QString(), false)});
+        EXPECT_EQ(finishedWith, 0);
+        EXPECT_FALSE(window.isVisible());
+        EXPECT_EQ(shownAt, QPoint(100 + (900 - 755) / 2, 120 + (700 - 300) / 2));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Ways, RKProcessResultWindowClose,
-    ::testing::Values(
-        std::pair{"CloseButton", +[](RKProcessResultWindow* w) { w->findChild<QPushButton*>("btnClose")->click(); }},
-        std::pair{"WindowManager", +[](RKProcessResultWindow* w) { w->QDialog::close(); }},
-        std::pair{"Escape", +[](RKProcessResultWindow* w) { w->reject(); }}),
-    [](const auto& info) { return std::string(info.param.first); });
 
 } // namespace

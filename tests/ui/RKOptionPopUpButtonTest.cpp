@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-
 namespace {
 
 struct EncodingRow {
@@ -60,49 +59,30 @@ TEST(OptionPopUps, TitlesAsUsersKnowThem)
     EXPECT_EQ(RKUnArchiveModePopUpButton().itemText(1), "フォルダを作成してから解凍");
 }
 
-struct ValueRow {
-    const char* name;
-    int startIndex;    // selected before, -1: nothing
-    qint32 value;      // handed to the setter
-    int expectedIndex; // selected after
-    qint32 expectedValue;
-};
-
-class LevelAndModePopUps : public ::testing::TestWithParam<ValueRow> {};
-
-TEST_P(LevelAndModePopUps, SelectTheValueOrLeaveTheSelection)
+// A value outside the pop-up leaves the selection; nothing selected reads 0.
+TEST(OptionPopUps, LevelAndModesSelectTheValueOrLeaveTheSelection)
 {
-    const ValueRow& row = GetParam();
-    const bool level = std::string(row.name).starts_with("Level");
-    RKArchiveLevelPopUpButton levels;
-    RKArchiveModePopUpButton archiveModes;
-    RKUnArchiveModePopUpButton unArchiveModes;
-    levels.setCurrentIndex(row.startIndex);
-    archiveModes.setCurrentIndex(row.startIndex);
-    unArchiveModes.setCurrentIndex(row.startIndex);
-    if (level) {
-        levels.setSelectArchiveLevel(row.value);
-        EXPECT_EQ(levels.currentIndex(), row.expectedIndex);
-        EXPECT_EQ(levels.selectedArchiveLevel(), row.expectedValue);
-        return;
+    // selected before (-1: nothing), value set, selected after, value read
+    using Row = std::tuple<int, qint32, int, qint32>;
+    for (const auto& [start, value, index, read] : {Row{6, 0, 0, 0}, Row{6, 9, 9, 9}, Row{6, 10, 6, 6}, Row{6, -1, 6, 6}, Row{-1, 42, -1, 0}}) {
+        RKArchiveLevelPopUpButton levels;
+        levels.setCurrentIndex(start);
+        levels.setSelectArchiveLevel(value);
+        EXPECT_EQ(levels.currentIndex(), index) << "level " << value;
+        EXPECT_EQ(levels.selectedArchiveLevel(), read) << "level " << value;
     }
-    archiveModes.setSelecteArchiveMode(row.value);
-    unArchiveModes.setSelecteUnArchiveMode(row.value);
-    EXPECT_EQ(archiveModes.currentIndex(), row.expectedIndex);
-    EXPECT_EQ(archiveModes.selectedArchiveMode(), row.expectedValue);
-    EXPECT_EQ(unArchiveModes.currentIndex(), row.expectedIndex);
-    EXPECT_EQ(unArchiveModes.selectedUnArchiveMode(), row.expectedValue);
+    for (const auto& [start, value, index, read] : {Row{1, 0, 0, 0}, Row{0, 1, 1, 1}, Row{1, 2, 1, 1}, Row{-1, 2, -1, 0}}) {
+        RKArchiveModePopUpButton archiveModes;
+        RKUnArchiveModePopUpButton unArchiveModes;
+        archiveModes.setCurrentIndex(start);
+        unArchiveModes.setCurrentIndex(start);
+        archiveModes.setSelecteArchiveMode(value);
+        unArchiveModes.setSelecteUnArchiveMode(value);
+        EXPECT_EQ(archiveModes.currentIndex(), index) << "mode " << start << " " << value;
+        EXPECT_EQ(archiveModes.selectedArchiveMode(), read) << "mode " << start << " " << value;
+        EXPECT_EQ(unArchiveModes.currentIndex(), index) << "mode " << start << " " << value;
+        EXPECT_EQ(unArchiveModes.selectedUnArchiveMode(), read) << "mode " << start << " " << value;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    PopUp, LevelAndModePopUps,
-    ::testing::Values(ValueRow{"LevelZero", 6, 0, 0, 0}, ValueRow{"LevelNine", 6, 9, 9, 9},
-                      ValueRow{"LevelTenKeepsSelection", 6, 10, 6, 6},
-                      ValueRow{"LevelMinusOneKeepsSelection", 6, -1, 6, 6},
-                      ValueRow{"LevelNothingSelectedReadsZero", -1, 42, -1, 0},
-                      ValueRow{"ModeZero", 1, 0, 0, 0}, ValueRow{"ModeOne", 0, 1, 1, 1},
-                      ValueRow{"ModeTwoKeepsSelection", 1, 2, 1, 1},
-                      ValueRow{"ModeNothingSelectedReadsZero", -1, 2, -1, 0}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace
