@@ -8,40 +8,31 @@
 
 namespace {
 
-struct EncodingRow {
-    const char* name;
-    int selectIndex; // index the user picks, -1: none (only setSelectEncoding is tried)
-    quint64 value;   // what selectedEncoding() gives / what is set
-    int shownIndex;  // what setSelectEncoding(value) shows, -1: the selection stays
-};
-
-class EncodingPopUp : public ::testing::TestWithParam<EncodingRow> {};
-
-TEST_P(EncodingPopUp, StoresSignExtendedValueAndShowsFirstMatchOfLow32Bits)
+// A selection stores the value sign-extended; a stored value shows the first
+// row that matches its low 32 bits.
+TEST(OptionPopUps, EncodingStoresSignExtendedValueAndShowsFirstMatchOfLow32Bits)
 {
-    const EncodingRow& row = GetParam();
-    RKEncodingPopUpButton popUp;
-    if (row.selectIndex >= 0) {
-        popUp.setCurrentIndex(row.selectIndex);
-        EXPECT_EQ(popUp.selectedEncoding(), row.value);
+    // row the user picks (-1: none, only the value is set), the value it gives
+    // and is set, the row then shown (-1: the selection stays)
+    const std::tuple<int, quint64, int> rows[] = {
+        {7, 8, 7},                          // Shift-JIS
+        {17, 10, 9},                        // two rows carry 10: one saved from row 17 shows row 9
+        {22, 0xFFFFFFFF9C000100ULL, 22},    // negative as signed 32-bit: widened with the sign
+        {-1, 0x9C000100ULL, 22},            // the same without the upper bits
+        {-1, 0x0000000100000008ULL, 7},     // stray upper bits ignored
+        {-1, 999, -1},                      // unknown value keeps the selection
+    };
+    for (const auto& [selectIndex, value, shownIndex] : rows) {
+        RKEncodingPopUpButton popUp;
+        if (selectIndex >= 0) {
+            popUp.setCurrentIndex(selectIndex);
+            EXPECT_EQ(popUp.selectedEncoding(), value) << selectIndex;
+        }
+        popUp.setCurrentIndex(4);
+        popUp.setSelectEncoding(value);
+        EXPECT_EQ(popUp.currentIndex(), shownIndex < 0 ? 4 : shownIndex) << value;
     }
-    popUp.setCurrentIndex(4);
-    popUp.setSelectEncoding(row.value);
-    EXPECT_EQ(popUp.currentIndex(), row.shownIndex < 0 ? 4 : row.shownIndex);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    PopUp, EncodingPopUp,
-    ::testing::Values(
-        EncodingRow{"ShiftJis", 7, 8, 7},
-        // Two rows carry 10: a profile saved from row 17 shows row 9.
-        EncodingRow{"Utf16SecondRowShowsFirst", 17, 10, 9},
-        // Negative as signed 32-bit: widened with the sign.
-        EncodingRow{"Utf32LittleEndian", 22, 0xFFFFFFFF9C000100ULL, 22},
-        EncodingRow{"Utf32LeWithoutUpperBits", -1, 0x9C000100ULL, 22},
-        EncodingRow{"StrayUpperBitsIgnored", -1, 0x0000000100000008ULL, 7},
-        EncodingRow{"UnknownValueKeepsSelection", -1, 999, -1}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(OptionPopUps, TitlesAsUsersKnowThem)
 {
