@@ -26,30 +26,16 @@ RKProcessResultInfo result(const QString& title, const QString& password, bool s
     return info;
 }
 
-// One row as the user sees it: depth, label, value, copy button shown.
-struct Row {
-    int depth;
-    QString label;
-    QString value;
-    bool copy;
-    bool operator==(const Row&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Row& row)
-{
-    return out << row.depth << " [" << row.label.toStdString() << "] [" << row.value.toStdString()
-               << "] " << row.copy;
-}
-
 class RKProcessResultWindowTest : public ::testing::Test
 {
 protected:
     // Shows the results, waits for the queued expansion of every row with
-    // children and returns the rows in display order.
-    std::vector<Row> display(const QList<RKProcessResultInfo>& results)
+    // children and returns the rows in display order as the user sees them:
+    // indented by depth, label, value and whether the copy button shows.
+    std::vector<std::string> display(const QList<RKProcessResultInfo>& results)
     {
         window.doDisplay(results);
-        std::vector<Row> rows;
+        std::vector<std::string> rows;
         EXPECT_TRUE(TestEnvironment::waitFor([&] {
             rows.clear();
             bool expanded = true;
@@ -61,10 +47,11 @@ protected:
         return rows;
     }
 
-    void walk(QTreeWidgetItem* item, int depth, std::vector<Row>& rows, bool& expanded)
+    void walk(QTreeWidgetItem* item, int depth, std::vector<std::string>& rows, bool& expanded)
     {
         RKCopyableTableCellView* cell = window.valueCell(item);
-        rows.push_back({depth, item->text(0), cell->textField()->text(), !cell->btnCopy()->isHidden()});
+        rows.push_back((QString(2 * depth, ' ') + item->text(0) + " = " + cell->textField()->text()
+                        + (cell->btnCopy()->isHidden() ? "" : " [copy]")).toStdString());
         expanded = expanded && (item->childCount() == 0 || item->isExpanded());
         for (int i = 0; i < item->childCount(); ++i) {
             walk(item->child(i), depth + 1, rows, expanded);
@@ -79,14 +66,10 @@ protected:
 TEST_F(RKProcessResultWindowTest, TwoArchivesTheSecondWithOneError)
 {
     const RQError error = RQError::initWithErrorCode(2, QStringLiteral("/src/b/broken.txt"));
-    const std::vector<Row> expected{
-        {0, "a.zip", "処理が完了しました。", false},
-        {1, "保存先", "/out/a.zip", true},
-        {1, "エラー(0)", "", false},
-        {0, "b.zip", "処理が完了しましたが、エラーがあります。", false},
-        {1, "保存先", "/out/b.zip", true},
-        {1, "エラー(1)", "", false},
-        {2, "/src/b/broken.txt", error.localizedDescription(), true},
+    const std::vector<std::string> expected{
+        "a.zip = 処理が完了しました。", "  保存先 = /out/a.zip [copy]", "  エラー(0) = ",
+        "b.zip = 処理が完了しましたが、エラーがあります。", "  保存先 = /out/b.zip [copy]", "  エラー(1) = ",
+        "    /src/b/broken.txt = " + error.localizedDescription().toStdString() + " [copy]",
     };
     EXPECT_EQ(display({result("a.zip", QString(), false), result("b.zip", QString(), false, {error})}),
               expected);
@@ -108,16 +91,12 @@ TEST_F(RKProcessResultWindowTest, PasswordRowsMaskedOrClear)
 {
     RKProcessResultInfo withCrc = result("c.zip", QStringLiteral("\U0001F511"), false);
     withCrc.verify.crc = QStringLiteral("1A2B3C");
-    const std::vector<Row> expected{
-        {0, "a.zip", "処理が完了しました。", false}, {1, "保存先", "/out/a.zip", true},
-        {1, "パスワード", "********", true},           {1, "エラー(0)", "", false},
-        {0, "b.zip", "処理が完了しました。", false}, {1, "保存先", "/out/b.zip", true},
-        {1, "パスワード", "pw", true},                 {1, "エラー(0)", "", false},
-        {0, "c.zip", "処理が完了しました。", false}, {1, "保存先", "/out/c.zip", true},
-        {1, "パスワード", "**", true},                 {1, "CRC", "1A2B3C", true},
-        {1, "エラー(0)", "", false},
-        {0, "d.zip", "処理が完了しました。", false}, {1, "保存先", "/out/d.zip", true},
-        {1, "パスワード", "", true},                   {1, "エラー(0)", "", false},
+    const std::vector<std::string> expected{
+        "a.zip = 処理が完了しました。", "  保存先 = /out/a.zip [copy]", "  パスワード = ******** [copy]", "  エラー(0) = ",
+        "b.zip = 処理が完了しました。", "  保存先 = /out/b.zip [copy]", "  パスワード = pw [copy]", "  エラー(0) = ",
+        "c.zip = 処理が完了しました。", "  保存先 = /out/c.zip [copy]", "  パスワード = ** [copy]",
+        "  CRC = 1A2B3C [copy]", "  エラー(0) = ",
+        "d.zip = 処理が完了しました。", "  保存先 = /out/d.zip [copy]", "  パスワード =  [copy]", "  エラー(0) = ",
     };
     EXPECT_EQ(display({result("a.zip", QStringLiteral("pa55word"), false),
                        result("b.zip", QStringLiteral("pw"), true), withCrc, result("d.zip", QStringLiteral(""), false)}),
@@ -132,36 +111,31 @@ TEST_F(RKProcessResultWindowTest, PasswordRowsMaskedOrClear)
 
 // Every way of closing ends the modal loop with code 0; the window was shown
 // centred over its parent.
-class RKProcessResultWindowClose
-    : public ::testing::TestWithParam<std::pair<const char*, void (*)(RKProcessResultWindow*)>>
+TEST(RKProcessResultWindowClose, EveryWayEndsTheModalLoopWithZero)
 {
-};
-
-TEST_P(RKProcessResultWindowClose, EndsTheModalLoopWithZero)
-{
+    const std::pair<const char*, void (*)(RKProcessResultWindow*)> ways[] = {
+        {"CloseButton", [](RKProcessResultWindow* w) { w->findChild<QPushButton*>("btnClose")->click(); }},
+        {"WindowManager", [](RKProcessResultWindow* w) { w->QDialog::close(); }},
+        {"Escape", [](RKProcessResultWindow* w) { w->reject(); }},
+    };
     QWidget parent;
     parent.setGeometry(100, 120, 900, 700);
     parent.show();
-    RKProcessResultWindow window;
-    QPoint shownAt;
-    int finishedWith = -99;
-    QObject::connect(&window, &QDialog::finished, [&](int code) { finishedWith = code; });
-    QTimer::singleShot(0, &window, [&] {
-        shownAt = window.geometry().topLeft();
-        GetParam().second(&window);
-    });
-    window.showResults(&parent, {result("a.zip", QString(), false)});
-    EXPECT_EQ(finishedWith, 0);
-    EXPECT_FALSE(window.isVisible());
-    EXPECT_EQ(shownAt, QPoint(100 + (900 - 755) / 2, 120 + (700 - 300) / 2));
+    for (const auto& [name, close] : ways) {
+        SCOPED_TRACE(name);
+        RKProcessResultWindow window;
+        QPoint shownAt;
+        int finishedWith = -99;
+        QObject::connect(&window, &QDialog::finished, [&](int code) { finishedWith = code; });
+        QTimer::singleShot(0, &window, [&] {
+            shownAt = window.geometry().topLeft();
+            close(&window);
+        });
+        window.showResults(&parent, {result("a.zip", QString(), false)});
+        EXPECT_EQ(finishedWith, 0);
+        EXPECT_FALSE(window.isVisible());
+        EXPECT_EQ(shownAt, QPoint(100 + (900 - 755) / 2, 120 + (700 - 300) / 2));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Ways, RKProcessResultWindowClose,
-    ::testing::Values(
-        std::pair{"CloseButton", +[](RKProcessResultWindow* w) { w->findChild<QPushButton*>("btnClose")->click(); }},
-        std::pair{"WindowManager", +[](RKProcessResultWindow* w) { w->QDialog::close(); }},
-        std::pair{"Escape", +[](RKProcessResultWindow* w) { w->reject(); }}),
-    [](const auto& info) { return std::string(info.param.first); });
 
 } // namespace

@@ -1,12 +1,12 @@
 #include "settings/RKSetting.h"
 
 #include "platform/RKAppInfo.h"
+#include "support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
@@ -162,12 +162,7 @@ TEST_F(RKSettingTest, UnparsableSettingsFileIsSetAsideAndTheStoreWorksAgain)
     const QString fileName = userDefaults().fileName();
     // An unterminated section header is beyond the INI reader.
     const QByteArray garbage = "[General\nRKCONSTANTS_USERDEFAULT_SETTING=@ByteArray(\xff\xfe)\n";
-    {
-        QDir().mkpath(QFileInfo(fileName).absolutePath());
-        QFile file(fileName);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(garbage);
-    }
+    ASSERT_TRUE(TestEnvironment::writeFile(fileName, garbage));
 
     RKSetting setting = RKSetting::Setting();
     EXPECT_EQ(describe(setting), kFactory);
@@ -177,9 +172,7 @@ TEST_F(RKSettingTest, UnparsableSettingsFileIsSetAsideAndTheStoreWorksAgain)
 
     const QStringList aside = QFileInfo(fileName).dir().entryList({QFileInfo(fileName).fileName() + ".unreadable-*"});
     ASSERT_EQ(aside.size(), 1);
-    QFile kept(QFileInfo(fileName).dir().filePath(aside.first()));
-    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
-    EXPECT_EQ(kept.readAll(), garbage);
+    EXPECT_EQ(TestEnvironment::readFile(QFileInfo(fileName).dir().filePath(aside.first())), garbage);
 }
 
 // Runs only inside a child process of the test below: loads, changes and

@@ -6,11 +6,10 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QThread>
 
-#if defined(__SANITIZE_THREAD__)
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
@@ -19,16 +18,14 @@
 #include <unistd.h>
 #include <vector>
 extern char** environ;
-#endif
 
 namespace TestEnvironment {
 
-#if defined(__SANITIZE_THREAD__)
-// QProcess starts a child with clone(CLONE_VM | CLONE_VFORK) and runs its own
-// code in it, on this process's memory, through functions that
-// ThreadSanitizer intercepts: TSan's record of the calling thread is then
-// corrupted and the thread's later locks go unseen, which shows correct code
-// as racing. posix_spawn's child runs only the C library's own code.
+// Not QProcess: it starts a child with clone(CLONE_VM | CLONE_VFORK) and runs
+// its own code in it, on this process's memory, through functions that
+// ThreadSanitizer intercepts, which corrupts TSan's record of the calling
+// thread and shows correct code as racing. posix_spawn's child runs only the
+// C library's own code; one path serves every build.
 ProcessResult run(const QString& program, const QStringList& arguments,
                   const QString& workingDirectory, int timeoutMs)
 {
@@ -64,7 +61,15 @@ ProcessResult run(const QString& program, const QStringList& arguments,
     QByteArray* sinks[2] = {&result.out, &result.err};
     const QDeadlineTimer deadline(timeoutMs);
     int open = result.started ? 2 : 0;
-    while (open > 0 && ::poll(fds, 2, int(qMax<qint64>(deadline.remainingTime(), 0))) > 0) {
+    while (open > 0) {
+        // A child's SIGCHLD, caught by a handler of Qt's, interrupts poll.
+        const int ready = ::poll(fds, 2, int(qMax<qint64>(deadline.remainingTime(), 0)));
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        if (ready <= 0) {
+            break;
+        }
         for (int i = 0; i < 2; ++i) {
             char buffer[65536];
             const ssize_t n = fds[i].revents ? ::read(fds[i].fd, buffer, sizeof buffer) : -1;
@@ -88,28 +93,6 @@ ProcessResult run(const QString& program, const QStringList& arguments,
     }
     return result;
 }
-#else
-ProcessResult run(const QString& program, const QStringList& arguments,
-                  const QString& workingDirectory, int timeoutMs)
-{
-    ProcessResult result;
-    QProcess process;
-    if (!workingDirectory.isEmpty()) {
-        process.setWorkingDirectory(workingDirectory);
-    }
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.start(program, arguments);
-    result.started = process.waitForStarted(30000);
-    if (!result.started) {
-        return result;
-    }
-    process.waitForFinished(timeoutMs);
-    result.out = process.readAllStandardOutput();
-    result.err = process.readAllStandardError();
-    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    return result;
-}
-#endif
 
 bool hasProgram(const QString& program)
 {

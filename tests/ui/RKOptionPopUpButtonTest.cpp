@@ -6,43 +6,33 @@
 
 #include <gtest/gtest.h>
 
-
 namespace {
 
-struct EncodingRow {
-    const char* name;
-    int selectIndex; // index the user picks, -1: none (only setSelectEncoding is tried)
-    quint64 value;   // what selectedEncoding() gives / what is set
-    int shownIndex;  // what setSelectEncoding(value) shows, -1: the selection stays
-};
-
-class EncodingPopUp : public ::testing::TestWithParam<EncodingRow> {};
-
-TEST_P(EncodingPopUp, StoresSignExtendedValueAndShowsFirstMatchOfLow32Bits)
+// A selection stores the value sign-extended; a stored value shows the first
+// row that matches its low 32 bits.
+TEST(OptionPopUps, EncodingStoresSignExtendedValueAndShowsFirstMatchOfLow32Bits)
 {
-    const EncodingRow& row = GetParam();
-    RKEncodingPopUpButton popUp;
-    if (row.selectIndex >= 0) {
-        popUp.setCurrentIndex(row.selectIndex);
-        EXPECT_EQ(popUp.selectedEncoding(), row.value);
+    // row the user picks (-1: none, only the value is set), the value it gives
+    // and is set, the row then shown (-1: the selection stays)
+    const std::tuple<int, quint64, int> rows[] = {
+        {7, 8, 7},                          // Shift-JIS
+        {17, 10, 9},                        // two rows carry 10: one saved from row 17 shows row 9
+        {22, 0xFFFFFFFF9C000100ULL, 22},    // negative as signed 32-bit: widened with the sign
+        {-1, 0x9C000100ULL, 22},            // the same without the upper bits
+        {-1, 0x0000000100000008ULL, 7},     // stray upper bits ignored
+        {-1, 999, -1},                      // unknown value keeps the selection
+    };
+    for (const auto& [selectIndex, value, shownIndex] : rows) {
+        RKEncodingPopUpButton popUp;
+        if (selectIndex >= 0) {
+            popUp.setCurrentIndex(selectIndex);
+            EXPECT_EQ(popUp.selectedEncoding(), value) << selectIndex;
+        }
+        popUp.setCurrentIndex(4);
+        popUp.setSelectEncoding(value);
+        EXPECT_EQ(popUp.currentIndex(), shownIndex < 0 ? 4 : shownIndex) << value;
     }
-    popUp.setCurrentIndex(4);
-    popUp.setSelectEncoding(row.value);
-    EXPECT_EQ(popUp.currentIndex(), row.shownIndex < 0 ? 4 : row.shownIndex);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    PopUp, EncodingPopUp,
-    ::testing::Values(
-        EncodingRow{"ShiftJis", 7, 8, 7},
-        // Two rows carry 10: a profile saved from row 17 shows row 9.
-        EncodingRow{"Utf16SecondRowShowsFirst", 17, 10, 9},
-        // Negative as signed 32-bit: widened with the sign.
-        EncodingRow{"Utf32LittleEndian", 22, 0xFFFFFFFF9C000100ULL, 22},
-        EncodingRow{"Utf32LeWithoutUpperBits", -1, 0x9C000100ULL, 22},
-        EncodingRow{"StrayUpperBitsIgnored", -1, 0x0000000100000008ULL, 7},
-        EncodingRow{"UnknownValueKeepsSelection", -1, 999, -1}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(OptionPopUps, TitlesAsUsersKnowThem)
 {
@@ -60,49 +50,30 @@ TEST(OptionPopUps, TitlesAsUsersKnowThem)
     EXPECT_EQ(RKUnArchiveModePopUpButton().itemText(1), "フォルダを作成してから解凍");
 }
 
-struct ValueRow {
-    const char* name;
-    int startIndex;    // selected before, -1: nothing
-    qint32 value;      // handed to the setter
-    int expectedIndex; // selected after
-    qint32 expectedValue;
-};
-
-class LevelAndModePopUps : public ::testing::TestWithParam<ValueRow> {};
-
-TEST_P(LevelAndModePopUps, SelectTheValueOrLeaveTheSelection)
+// A value outside the pop-up leaves the selection; nothing selected reads 0.
+TEST(OptionPopUps, LevelAndModesSelectTheValueOrLeaveTheSelection)
 {
-    const ValueRow& row = GetParam();
-    const bool level = std::string(row.name).starts_with("Level");
-    RKArchiveLevelPopUpButton levels;
-    RKArchiveModePopUpButton archiveModes;
-    RKUnArchiveModePopUpButton unArchiveModes;
-    levels.setCurrentIndex(row.startIndex);
-    archiveModes.setCurrentIndex(row.startIndex);
-    unArchiveModes.setCurrentIndex(row.startIndex);
-    if (level) {
-        levels.setSelectArchiveLevel(row.value);
-        EXPECT_EQ(levels.currentIndex(), row.expectedIndex);
-        EXPECT_EQ(levels.selectedArchiveLevel(), row.expectedValue);
-        return;
+    // selected before (-1: nothing), value set, selected after, value read
+    using Row = std::tuple<int, qint32, int, qint32>;
+    for (const auto& [start, value, index, read] : {Row{6, 0, 0, 0}, Row{6, 9, 9, 9}, Row{6, 10, 6, 6}, Row{6, -1, 6, 6}, Row{-1, 42, -1, 0}}) {
+        RKArchiveLevelPopUpButton levels;
+        levels.setCurrentIndex(start);
+        levels.setSelectArchiveLevel(value);
+        EXPECT_EQ(levels.currentIndex(), index) << "level " << value;
+        EXPECT_EQ(levels.selectedArchiveLevel(), read) << "level " << value;
     }
-    archiveModes.setSelecteArchiveMode(row.value);
-    unArchiveModes.setSelecteUnArchiveMode(row.value);
-    EXPECT_EQ(archiveModes.currentIndex(), row.expectedIndex);
-    EXPECT_EQ(archiveModes.selectedArchiveMode(), row.expectedValue);
-    EXPECT_EQ(unArchiveModes.currentIndex(), row.expectedIndex);
-    EXPECT_EQ(unArchiveModes.selectedUnArchiveMode(), row.expectedValue);
+    for (const auto& [start, value, index, read] : {Row{1, 0, 0, 0}, Row{0, 1, 1, 1}, Row{1, 2, 1, 1}, Row{-1, 2, -1, 0}}) {
+        RKArchiveModePopUpButton archiveModes;
+        RKUnArchiveModePopUpButton unArchiveModes;
+        archiveModes.setCurrentIndex(start);
+        unArchiveModes.setCurrentIndex(start);
+        archiveModes.setSelecteArchiveMode(value);
+        unArchiveModes.setSelecteUnArchiveMode(value);
+        EXPECT_EQ(archiveModes.currentIndex(), index) << "mode " << start << " " << value;
+        EXPECT_EQ(archiveModes.selectedArchiveMode(), read) << "mode " << start << " " << value;
+        EXPECT_EQ(unArchiveModes.currentIndex(), index) << "mode " << start << " " << value;
+        EXPECT_EQ(unArchiveModes.selectedUnArchiveMode(), read) << "mode " << start << " " << value;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    PopUp, LevelAndModePopUps,
-    ::testing::Values(ValueRow{"LevelZero", 6, 0, 0, 0}, ValueRow{"LevelNine", 6, 9, 9, 9},
-                      ValueRow{"LevelTenKeepsSelection", 6, 10, 6, 6},
-                      ValueRow{"LevelMinusOneKeepsSelection", 6, -1, 6, 6},
-                      ValueRow{"LevelNothingSelectedReadsZero", -1, 42, -1, 0},
-                      ValueRow{"ModeZero", 1, 0, 0, 0}, ValueRow{"ModeOne", 0, 1, 1, 1},
-                      ValueRow{"ModeTwoKeepsSelection", 1, 2, 1, 1},
-                      ValueRow{"ModeNothingSelectedReadsZero", -1, 2, -1, 0}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace

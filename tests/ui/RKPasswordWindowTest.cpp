@@ -38,48 +38,40 @@ TEST(RKPasswordWindow, RepeatOfTheKeyHeldWhenItOpenedTypesNothing)
     EXPECT_EQ(field->text(), QStringLiteral("pp"));
 }
 
-// Ways to end the window, with the text typed before.
-using ConfirmCase = std::tuple<const char*, const char*, void (*)(RKPasswordWindow*)>;
-
-class RKPasswordWindowConfirm : public ::testing::TestWithParam<ConfirmCase>
-{
-};
-
 // Shown centred over its parent with the strength bar; every way of ending
 // it confirms what was typed (the entry cannot be declined).
-TEST_P(RKPasswordWindowConfirm, ReturnsTheTypedText)
+TEST(RKPasswordWindow, EveryWayOfEndingReturnsTheTypedText)
 {
-    const char* typed = std::get<1>(GetParam());
-    void (*end)(RKPasswordWindow*) = std::get<2>(GetParam());
+    const std::tuple<const char*, const char*, void (*)(RKPasswordWindow*)> ways[] = {
+        {"OkButton", "s3cret", [](RKPasswordWindow* w) { w->btnOk()->click(); }},
+        {"EmptyEntry", "", [](RKPasswordWindow* w) { w->btnOk()->click(); }},
+        {"WindowManagerCloseConfirms", "typed", [](RKPasswordWindow* w) { w->close(); }},
+        {"EscapeConfirms", "typed", [](RKPasswordWindow* w) { w->reject(); }},
+    };
     QWidget parent;
     parent.setGeometry(200, 100, 800, 600);
     parent.show();
-    QPoint shownAt;
-    QSize shownSize;
-    bool strengthShown = false;
-    QTimer::singleShot(0, &parent, [&] {
-        auto* window = qobject_cast<RKPasswordWindow*>(QApplication::activeModalWidget());
-        ASSERT_NE(window, nullptr);
-        shownAt = window->geometry().topLeft();
-        shownSize = window->size();
-        strengthShown = window->scPassword()->showStrength();
-        window->scPassword()->setText(QString::fromUtf8(typed));
-        end(window);
-    });
-    const QString password = RKPasswordWindow::runModal(&parent, profileWithID(QStringLiteral("7l")));
-    EXPECT_EQ(password, QString::fromUtf8(typed));
-    EXPECT_FALSE(password.isNull());
-    EXPECT_TRUE(strengthShown);
-    EXPECT_EQ(shownAt, QPoint(200 + (800 - shownSize.width()) / 2, 100 + (600 - shownSize.height()) / 2));
+    for (const auto& [name, typed, end] : ways) {
+        SCOPED_TRACE(name);
+        QPoint shownAt;
+        QSize shownSize;
+        bool strengthShown = false;
+        QTimer::singleShot(0, &parent, [&] {
+            auto* window = qobject_cast<RKPasswordWindow*>(QApplication::activeModalWidget());
+            ASSERT_NE(window, nullptr);
+            shownAt = window->geometry().topLeft();
+            shownSize = window->size();
+            strengthShown = window->scPassword()->showStrength();
+            window->scPassword()->setText(QString::fromUtf8(typed));
+            end(window);
+        });
+        const QString password = RKPasswordWindow::runModal(&parent, profileWithID(QStringLiteral("7l")));
+        EXPECT_EQ(password, QString::fromUtf8(typed));
+        EXPECT_FALSE(password.isNull());
+        EXPECT_TRUE(strengthShown);
+        EXPECT_EQ(shownAt, QPoint(200 + (800 - shownSize.width()) / 2, 100 + (600 - shownSize.height()) / 2));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Ways, RKPasswordWindowConfirm,
-    ::testing::Values(ConfirmCase{"OkButton", "s3cret", [](RKPasswordWindow* w) { w->btnOk()->click(); }},
-                      ConfirmCase{"EmptyEntry", "", [](RKPasswordWindow* w) { w->btnOk()->click(); }},
-                      ConfirmCase{"WindowManagerCloseConfirms", "typed", [](RKPasswordWindow* w) { w->close(); }},
-                      ConfirmCase{"EscapeConfirms", "typed", [](RKPasswordWindow* w) { w->reject(); }}),
-    [](const auto& info) { return std::string(std::get<0>(info.param)); });
 
 // dispInit empties the entry and shows it in clear exactly when the profile's
 // passwordShow is on; the check box then stores passwordShow of the first

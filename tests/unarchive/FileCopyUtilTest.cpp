@@ -22,18 +22,13 @@ namespace {
 class RecordingDelegate : public RKFileCopyUtilDelegate
 {
 public:
-    std::function<void(const QString& item)> onProgress;
+    std::function<void(const QString& item)> onProgress = [](const QString&) {};
     QStringList notices;
     QList<RQError> errors;
     std::binary_semaphore ended{0};
 
     void fileCopyUtilCopyStarted(RKFileCopyUtil*, int total) override { notices << QStringLiteral("started %1").arg(total); }
-    void fileCopyUtilCopyProgress(RKFileCopyUtil*, int, int, const QString& item) override
-    {
-        if (onProgress) {
-            onProgress(item);
-        }
-    }
+    void fileCopyUtilCopyProgress(RKFileCopyUtil*, int, int, const QString& item) override { onProgress(item); }
     void fileCopyUtilCopyFinished(RKFileCopyUtil*) override { end("finished"); }
     void fileCopyUtilCopyCanceled(RKFileCopyUtil*) override { end("canceled"); }
     void fileCopyUtilCopyError(RKFileCopyUtil*, const RQError& error) override { errors << error; end("error"); }
