@@ -116,14 +116,9 @@ QStringList entryNames(const QString& zip)
     return names;
 }
 
-QString makeArchive(const QString& zip, const QJsonArray& entries)
+QString makeRaw(const QString& zip, const QJsonArray& entries, QJsonObject layout)
 {
-    EXPECT_EQ(peer({ "make", zip, QJsonDocument(entries).toJson(QJsonDocument::Compact) }), 0);
-    return zip;
-}
-
-QString makeRaw(const QString& zip, const QJsonObject& layout)
-{
+    layout["entries"] = entries;
     EXPECT_EQ(peer({ "raw", zip, QJsonDocument(layout).toJson(QJsonDocument::Compact) }), 0);
     return zip;
 }

@@ -23,6 +23,7 @@ class Recorder : public RQZipArchiverDelegate, public RQUnZipArchiverDelegate
 {
 public:
     std::function<void(int)> onProgress; // called before the progress line is added
+    QStringList fileReports; // "<path> <done> <size>" of the progress within each file
 
     QStringList lines() const;
     bool waitForEnd(); // for the finished or cancelled notice
@@ -31,6 +32,7 @@ public:
     void archiverArchiveProgress(RQZipArchiver*, int p, int t, const QString& n) override { progress(p, t, n); }
     void archiverArchiveFinished(RQZipArchiver*, const QString& path) override { add("finished " + path, true); }
     void archiverArchiveCancelled(RQZipArchiver*) override { add("cancelled", true); }
+    void archiverArchiveProgressInFile(RQZipArchiver*, quint64 done, quint64 size, const QString& path) override { fileReports << QString("%1 %2 %3").arg(path).arg(done).arg(size); }
     void archiverArchiveError(RQZipArchiver*, const RQError& e) override { error(e); }
     void unArchiverArchiveStarted(RQUnZipArchiver*, int total) override { add(QString("started %1").arg(total)); }
     void unArchiverArchiveProgress(RQUnZipArchiver*, int p, int t, const QString& n) override { progress(p, t, n); }
@@ -87,8 +89,8 @@ int peer(const QStringList& arguments, QByteArray* out = nullptr);
 // size, date_time ("yyyy-MM-dd hh:mm:ss").
 QList<QJsonObject> inspect(const QString& zip);
 QStringList entryNames(const QString& zip); // the "text" of every entry
-QString makeArchive(const QString& zip, const QJsonArray& entries); // see peer.py make
-QString makeRaw(const QString& zip, const QJsonObject& layout); // see peer.py raw
+// An archive built byte by byte: see peer.py raw (layout: its keys but "entries").
+QString makeRaw(const QString& zip, const QJsonArray& entries, QJsonObject layout = {});
 QJsonObject entry(const QString& name, const QString& data = {});
 QStringList contentsOf(const QString& root); // listTree, files as "name=<contents as Latin-1>"
 bool setModified(const QString& path, const QDateTime& when); // links not followed

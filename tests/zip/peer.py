@@ -1,10 +1,8 @@
 #!/usr/bin/env python3
-"""Python's zipfile as a peer of the zip tests: inspect ZIP (raw header fields, a JSON object per
-entry), headers ZIP (per entry, every header byte but the compressed size and the offsets), test ZIP [PASSWORD] (exit 0 when testzip() finds every entry intact), make ZIP ENTRIES_JSON
-(entries from [{"name" | "name_hex", "data", "method", "date_time", "external"}], names stored as
-given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 form), wrapped ZIP COUNT
-(COUNT empty files; no ZIP64 end record, so the 16-bit count wraps), raw ZIP LAYOUT_JSON (built byte by byte:
-see raw())."""
+"""Python's zipfile as a peer of the zip tests. inspect ZIP: raw header fields, a JSON object per entry; headers ZIP:
+every header byte but the compressed size and the offsets; test ZIP [PASSWORD]: exit 0 when every entry is intact;
+zip64-tree ZIP FOLDER: FOLDER's files in ZIP64 form; wrapped ZIP COUNT: no ZIP64 end record, so the count wraps;
+raw ZIP LAYOUT_JSON: see raw()."""
 import json
 import lzma
 import os
@@ -45,26 +43,6 @@ def test(path, password):
         return 1
 
 
-class RawNameInfo(zipfile.ZipInfo):
-    raw_name = None
-
-    def _encodeFilenameFlags(self):
-        return (self.raw_name, self.flag_bits) if self.raw_name else super()._encodeFilenameFlags()
-
-
-def make(path, entries_json):
-    with zipfile.ZipFile(path, "w") as archive:
-        for entry in json.loads(entries_json):
-            when = tuple(entry.get("date_time", [2020, 5, 17, 9, 30, 10]))
-            raw = bytes.fromhex(entry.get("name_hex", ""))
-            info = RawNameInfo(raw.decode("cp437") if raw else entry["name"], when)
-            info.raw_name = raw
-            info.compress_type = entry.get("method", zipfile.ZIP_DEFLATED)
-            info.external_attr = entry.get("external", 0)
-            with archive.open(info, "w") as stream:
-                stream.write(entry.get("data", "").encode("utf-8"))
-
-
 def zip64_tree(path, folder):
     with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
         for root, folders, files in os.walk(folder):
@@ -92,21 +70,14 @@ def wrapped(path, total):
     open(path, "wb").write(data[:wide] + bytes(record))
 
 
-CRC_TABLE = [0] * 256
-for n in range(256):
-    c = n
-    for _ in range(8):
-        c = (c >> 1) ^ 0xEDB88320 if c & 1 else c >> 1
-    CRC_TABLE[n] = c
-
-
 def zipcrypto(password, data, check):
     keys = [0x12345678, 0x23456789, 0x34567890]
+    crc = lambda value, byte: zlib.crc32(bytes([byte]), value ^ 0xFFFFFFFF) ^ 0xFFFFFFFF  # one step, no inversion
 
     def update(byte):
-        keys[0] = CRC_TABLE[(keys[0] ^ byte) & 0xFF] ^ (keys[0] >> 8)
+        keys[0] = crc(keys[0], byte)
         keys[1] = ((keys[1] + (keys[0] & 0xFF)) * 134775813 + 1) & 0xFFFFFFFF
-        keys[2] = CRC_TABLE[(keys[2] ^ (keys[1] >> 24)) & 0xFF] ^ (keys[2] >> 8)
+        keys[2] = crc(keys[2], keys[1] >> 24)
 
     for byte in password:
         update(byte)
@@ -122,15 +93,17 @@ def raw(path, layout_json):
     """entries: [{"name" | "name_hex", "data", "method" (0, 8 or 14), "flag", "password_hex" (traditional encryption),
     "unicode_path" (a 0x7075 field; "unicode_stale": its CRC is of another name), "local_name" (the local header
     names something else), "same_local_as" (index: no data of its own, the central record points at that entry's
-    local header), "grow" (bytes added to the central compressed size), "size_off" (added to the stated size), "repeat" (the data that many times)}]; "comment_size" (a comment of that many
-    bytes); "fake_end" (the comment holds an end record whose directory does not parse)."""
+    local header), "grow" (bytes added to the central compressed size), "size_off" (added to the stated size), "repeat"
+    (the data that many times), "crc_xor" (changes the stated CRC), "external" (attributes, made on Unix),
+    "dos_time" ([time, date] fields)}];
+    "comment_size" (a comment of that many bytes); "fake_end" (the comment holds an end record that does not parse)."""
     layout = json.loads(layout_json)
     body, central, placed = bytearray(), bytearray(), []
     for entry in layout["entries"]:
         name = bytes.fromhex(entry["name_hex"]) if "name_hex" in entry else entry["name"].encode("utf-8")
         data = entry.get("data", "").encode("utf-8") * entry.get("repeat", 1)
-        method, flag = entry.get("method", 8), entry.get("flag", 0)
-        crc, stated = zlib.crc32(data), len(data) + entry.get("size_off", 0)
+        method, flag, when = entry.get("method", 8), entry.get("flag", 0), entry.get("dos_time", [0x4A4F, 0x50B1])
+        crc, stated = zlib.crc32(data) ^ entry.get("crc_xor", 0), len(data) + entry.get("size_off", 0)
         stored = data if method == 0 else zlib.compress(data, 6, -15) if method == 8 else data
         if method == 14:  # 7-Zip's layout: version, properties' size, properties claiming "lzma_dict" bytes
             stream = lzma.compress(data, lzma.FORMAT_RAW, filters=[{"id": lzma.FILTER_LZMA1, "dict_size": 1 << 16}])
@@ -148,12 +121,13 @@ def raw(path, layout_json):
         else:
             offset, stored_size = len(body), len(stored)
             local = entry.get("local_name", "").encode("utf-8") or name
-            body += struct.pack("<IHHHHHIIIHH", 0x04034B50, 20, flag, method, 0x4A4F, 0x50B1, crc, len(stored),
-                                stated, len(local), 0) + local + stored
+            body += struct.pack("<IHHHHHIIIHH", 0x04034B50, 20, flag, method, *when, crc, len(stored), stated,
+                                len(local), 0) + local + stored
         placed.append((offset, stored_size))
-        central += struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, 20, 20, flag, method, 0x4A4F, 0x50B1, crc,
-                               stored_size + entry.get("grow", 0), stated, len(name), len(extra), 0, 0, 0, 0,
-                               offset) + name + extra
+        made_by = 0x314 if "external" in entry else 20  # Unix, whose mode the external attributes hold
+        central += struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, made_by, 20, flag, method, *when, crc,
+                               stored_size + entry.get("grow", 0), stated, len(name), len(extra), 0, 0, 0,
+                               entry.get("external", 0), offset) + name + extra
     comment = b"c" * layout.get("comment_size", 0)
     if layout.get("fake_end"):
         comment = b"xx" + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, 1, 1, 46, 0, 3) + b"end"
@@ -166,5 +140,4 @@ if __name__ == "__main__":
     command, arguments = sys.argv[1], sys.argv[2:]
     if command == "test":
         sys.exit(test(arguments[0], arguments[1] if len(arguments) > 1 else None))
-    {"inspect": inspect, "headers": headers, "make": make, "zip64-tree": zip64_tree, "wrapped": wrapped,
-     "raw": raw}[command](*arguments)
+    {"inspect": inspect, "headers": headers, "zip64-tree": zip64_tree, "wrapped": wrapped, "raw": raw}[command](*arguments)
