@@ -165,7 +165,6 @@ INSTANTIATE_TEST_SUITE_P(
                    4, { "u.txt" }, {}, { "Wrong password", "no u.txt" }, {}, "パスワート" },
         ReadCase { "FoldersMissingParentsAndBackslashes", { entry("a/b/"), entry("x/y.txt", "y"), entry("w\\v.txt", "v") }, 4,
                    { "a/b/", "x/y.txt", "w/v.txt" }, { "a/", "a/b/", "w/", "w/v.txt=v", "x/", "x/y.txt=y" }, {} },
-        ReadCase { "NoEntries", {}, 4, {}, {}, { "Failed", "Error occured" } },
         // あ.txt and 表; the last byte of 表 is that of "\".
         ReadCase { "ShiftJisNames", { entry("ok.txt", "ok"), E { { "name_hex", "82a02e747874" } }, E { { "name_hex", "955c" }, { "data", "table" } } },
                    8, { "ok.txt", "あ.txt", "表" }, { "ok.txt=ok", "あ.txt=", "表=table" }, {} },
@@ -285,14 +284,12 @@ INSTANTIATE_TEST_SUITE_P(
                       { { "7z", "a", "-tzip", "-bd", "-m0=Deflate", "$ZIP", "deflate.txt" },
                         { "7z", "a", "-tzip", "-bd", "-m0=LZMA", "$ZIP", "lzma.txt" },
                         { "7z", "a", "-tzip", "-bd", "-m0=PPMd", "$ZIP", "ppmd.txt" },
-                        { "7z", "a", "-tzip", "-bd", "-m0=Deflate64", "$ZIP", "d64.bin" },
+                        { "7z", "a", "-tzip", "-bd", "-m0=Deflate64", "-ppw", "$ZIP", "d64.bin" }, // encrypted: the same stream
                         { "7z", "a", "-tzip", "-bd", "-m0=BZip2", "$ZIP", "bzip2.txt" },
                         { "7z", "a", "-tzip", "-bd", "-mem=AES256", "-ppw", "$ZIP", "aes.txt" } },
                       6, { "error 3 aes.txt", "error 3 ppmd.txt" }, { "bzip2.txt", "d64.bin", "deflate.txt", "lzma.txt" }, "pw" },
         AccountCase { "WrongPasswordFailsEveryEncryptedEntry", { { "zip", "-q", "-P", "right", "$ZIP", "deflate.txt", "lzma.txt" } }, 2,
                       { "error 3 deflate.txt", "error 3 lzma.txt" }, {}, "wrong" },
-        AccountCase { "SevenZipDeflate64Encrypted", { { "7z", "a", "-tzip", "-bd", "-m0=Deflate64", "-ppw", "$ZIP", "d64.bin" } },
-                      1, {}, { "d64.bin" }, "pw" },
         // Written without a ZIP64 end record: the count says 4,464.
         AccountCase { "SeventyThousandEntriesWithAWrappedCount", { { "peer", "wrapped", "$ZIP", "70000" } }, 70000,
                       { "error 4 $ZIP" }, {} },

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Python's zipfile as a peer of the zip tests. inspect ZIP: raw header fields, a JSON object per entry; headers ZIP:
 every header byte but the compressed size and the offsets; test ZIP [PASSWORD]: exit 0 when every entry is intact;
-zip64-tree ZIP FOLDER: FOLDER's files in ZIP64 form; wrapped ZIP COUNT: no ZIP64 end record, so the count wraps;
+zip64-tree ZIP FOLDER: as -m zipfile -c, files in ZIP64 form; wrapped ZIP COUNT: no ZIP64 end record, so the count wraps;
 raw ZIP LAYOUT_JSON: see raw()."""
 import json
 import lzma
@@ -44,17 +44,9 @@ def test(path, password):
 
 
 def zip64_tree(path, folder):
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
-        for root, folders, files in os.walk(folder):
-            for name in sorted(folders) + sorted(files):
-                full = os.path.join(root, name)
-                info = zipfile.ZipInfo.from_file(full, os.path.relpath(full, os.path.dirname(folder)))
-                if info.is_dir():
-                    archive.write(full, info.filename)
-                    continue
-                info.compress_type = zipfile.ZIP_DEFLATED
-                with open(full, "rb") as source, archive.open(info, "w", force_zip64=True) as stream:
-                    stream.write(source.read())
+    open_entry = zipfile.ZipFile.open
+    zipfile.ZipFile.open = lambda self, name, mode="r", pwd=None, **_: open_entry(self, name, mode, pwd, force_zip64=True)
+    zipfile.main(["-c", path, folder])
 
 
 def wrapped(path, total):
