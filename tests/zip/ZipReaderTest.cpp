@@ -83,9 +83,7 @@ TEST_P(ReadingAdapter, ListAndExtractEveryName)
 {
     const ReadCase& param = GetParam();
     const QString outside = folder("outside");
-    const auto expand = [&](QStringList list) {
-        return list.isEmpty() ? list : list.join('\n').replace("$OUT", outside).split('\n');
-    };
+    const auto expand = [&](QStringList list) { return list.replaceInStrings("$OUT", outside); };
     const QByteArray entries = QJsonDocument(param.entries).toJson().replace("$OUT", outside.toUtf8());
     makeRaw(path("a.zip"), QJsonDocument::fromJson(entries).array(), param.layout);
     MessageRecorder log;

@@ -20,14 +20,6 @@ void Recorder::add(const QString& line, bool ends)
     m_ended.notify_all();
 }
 
-void Recorder::progress(int progress, int total, const QString& name)
-{
-    if (onProgress) {
-        onProgress(progress);
-    }
-    add(QString("progress %1/%2 %3").arg(progress).arg(total).arg(name));
-}
-
 QStringList Recorder::lines() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -43,12 +35,6 @@ bool Recorder::waitForEnd()
 QString ZipTest::file(const QString& relative, const QByteArray& bytes)
 {
     EXPECT_TRUE(TestEnvironment::writeFile(path(relative), bytes)) << relative.toStdString();
-    return path(relative);
-}
-
-QString ZipTest::folder(const QString& relative)
-{
-    QDir().mkpath(path(relative));
     return path(relative);
 }
 
@@ -101,7 +87,6 @@ QList<QJsonObject> inspect(const QString& zip)
     for (const QByteArray& line : out.split('\n')) {
         if (!line.isEmpty()) {
             entries << QJsonDocument::fromJson(line).object();
-            entries.last()["text"] = QString::fromUtf8(QByteArray::fromHex(entries.last()["name"].toString().toLatin1()));
         }
     }
     return entries;

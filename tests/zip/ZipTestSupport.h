@@ -5,6 +5,7 @@
 #include "zip/ZipArchiveDelegate.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QStringList>
@@ -22,7 +23,7 @@
 class Recorder : public RQZipArchiverDelegate, public RQUnZipArchiverDelegate
 {
 public:
-    std::function<void(int)> onProgress; // called before the progress line is added
+    std::function<void(int)> onProgress = [](int) {}; // called before the progress line is added
     QStringList fileReports; // "<path> <done> <size>" of the progress within each file
 
     QStringList lines() const;
@@ -42,7 +43,7 @@ public:
 
 private:
     void add(const QString& line, bool ends = false);
-    void progress(int progress, int total, const QString& name);
+    void progress(int p, int t, const QString& name) { onProgress(p); add(QString("progress %1/%2 %3").arg(p).arg(t).arg(name)); }
     void error(const RQError& e) { add(QString("error %1 %2").arg(e.code()).arg(e.localizedRecoverySuggestion())); }
 
     mutable std::mutex m_mutex;
@@ -62,7 +63,7 @@ class ZipTest : public ::testing::Test
 protected:
     QString path(const QString& relative) const { return m_dir.filePath(relative); }
     QString file(const QString& relative, const QByteArray& bytes); // parents made
-    QString folder(const QString& relative);
+    QString folder(const QString& relative) { QDir().mkpath(path(relative)); return path(relative); }
     QStringList files(int count, const QByteArray& bytes); // f1 ... f<count>
     QStringList archive(const QString& zip, const QStringList& contents, const QString& password = {},
                         int level = 4, quint64 encoding = 4);

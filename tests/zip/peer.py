@@ -16,7 +16,7 @@ def inspect(path):
     with zipfile.ZipFile(path) as archive:
         for info in archive.infolist():
             raw = info.orig_filename.encode("utf-8" if info.flag_bits & 0x800 else "cp437")
-            print(json.dumps({"name": raw.hex(), "cp932": raw.decode("cp932", "replace"), "flag": info.flag_bits, "method": info.compress_type, "crc": info.CRC,
+            print(json.dumps({"name": raw.hex(), "text": raw.decode("utf-8", "replace"), "cp932": raw.decode("cp932", "replace"), "flag": info.flag_bits, "method": info.compress_type, "crc": info.CRC,
                               "size": info.file_size, "date_time": "%04d-%02d-%02d %02d:%02d:%02d" % info.date_time}))
 
 
@@ -32,11 +32,10 @@ def headers(path):
                               info.external_attr, info.extra.hex(), info.comment.hex()]))
 
 
-def test(path, password):
+def test(path, password=None):
     try:
         with zipfile.ZipFile(path) as archive:
-            if password is not None:
-                archive.setpassword(password.encode("ascii"))
+            archive.setpassword(password and password.encode("ascii"))
             return 0 if archive.testzip() is None else 1
     except Exception as error:  # a wrong password raises
         print(error, file=sys.stderr)
@@ -129,7 +128,5 @@ def raw(path, layout_json):
 
 
 if __name__ == "__main__":
-    command, arguments = sys.argv[1], sys.argv[2:]
-    if command == "test":
-        sys.exit(test(arguments[0], arguments[1] if len(arguments) > 1 else None))
-    {"inspect": inspect, "headers": headers, "zip64-tree": zip64_tree, "wrapped": wrapped, "raw": raw}[command](*arguments)
+    commands = {"inspect": inspect, "headers": headers, "test": test, "zip64-tree": zip64_tree, "wrapped": wrapped, "raw": raw}
+    sys.exit(commands[sys.argv[1]](*sys.argv[2:]))
