@@ -116,69 +116,55 @@ INSTANTIATE_TEST_SUITE_P(
 
 using ZipWriter = ZipTest;
 
-// --- names in the chosen encoding
+// --- one entry: its name in the chosen encoding (no UTF-8 flag) and its time (local fields, two-second resolution,
+// clamped into 1980..2107; links followed)
 
-struct NameCase {
+struct EntryCase {
     const char* name;
-    quint64 encoding;
-    QString fileName;
-    const char* storedHex;
+    QString fileName = "t.txt";
+    const char* storedHex = "742e747874"; // t.txt
+    quint64 encoding = 8;
     QString cp932 = {}; // the name as Python's cp932 codec reads it; empty: not checked
-};
-
-using StoredName = ZipTable<NameCase>;
-
-TEST_P(StoredName, RawBytes)
-{
-    archive(path("out.zip"), { file(GetParam().fileName, "x") }, {}, 4, GetParam().encoding);
-    const QList<QJsonObject> entries = inspect(path("out.zip"));
-    ASSERT_EQ(entries.size(), 1);
-    EXPECT_EQ(entries[0]["name"].toString(), GetParam().storedHex);
-    EXPECT_TRUE(GetParam().cp932.isEmpty() || entries[0]["cp932"].toString() == GetParam().cp932);
-    EXPECT_EQ(entries[0]["flag"].toInt() & 0x800, 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, StoredName,
-    ::testing::Values(NameCase { "ShiftJisKanji", 8, "日本語.txt", "93fa967b8cea2e747874" },
-                      NameCase { "ShiftJisHalfwidthKanaComposed", 8, "ｶﾞ", "834b" },
-                      NameCase { "ShiftJisCompatibilityFormsNormalised", 8, "～∥①", "7e816131" },
-                      NameCase { "ShiftJisWithoutFormIsDash", 8, "한.txt", "2d" },
-                      // What input methods type and NFKC makes (of ￢ ￠ ￡ ￤) takes the forms Windows shows.
-                      NameCase { "ShiftJisWindowsForms", 8, "〜−￢‖—¢£¦", "8160817c81ca8161815c81918192fa55", "～－￢∥―￠￡￤" },
-                      NameCase { "Utf8KeepsHalfwidthKana", 4, "ｶﾞ", "efbdb6efbe9e" }), CaseName());
-
-// --- times: local fields, two-second resolution, clamped into 1980..2107; links followed
-
-struct TimeCase {
-    const char* name;
-    QDateTime modified;
-    QString stored;
+    QDateTime modified = { { 2020, 1, 2 }, { 3, 4, 6 } };
+    QString stored = "2020-01-02 03:04:06";
     bool throughLink = false;
 };
 
-using StoredTime = ZipTable<TimeCase>;
+using StoredEntry = ZipTable<EntryCase>;
 
-TEST_P(StoredTime, DateTimeFieldsAndContents)
+TEST_P(StoredEntry, NameBytesTimeAndSize)
 {
-    QString item = file("t.txt", "contents");
-    ASSERT_TRUE(setModified(item, GetParam().modified));
-    if (GetParam().throughLink) {
+    const EntryCase& param = GetParam();
+    QString item = file(param.fileName, "contents");
+    ASSERT_TRUE(setModified(item, param.modified));
+    if (param.throughLink) {
         ASSERT_EQ(::symlink(QFile::encodeName(item).constData(), QFile::encodeName(path("link")).constData()), 0);
         item = path("link");
     }
-    archive(path("out.zip"), { item });
-    const QJsonObject stored = inspect(path("out.zip")).value(0);
-    EXPECT_EQ(stored["date_time"].toString(), GetParam().stored);
-    EXPECT_EQ(stored["size"].toInt(), 8);
+    archive(path("out.zip"), { item }, {}, 4, param.encoding);
+    const QList<QJsonObject> entries = inspect(path("out.zip"));
+    ASSERT_EQ(entries.size(), 1);
+    EXPECT_EQ(entries[0]["name"].toString(), param.storedHex);
+    EXPECT_TRUE(param.cp932.isEmpty() || entries[0]["cp932"].toString() == param.cp932);
+    EXPECT_EQ(entries[0]["flag"].toInt() & 0x800, 0);
+    EXPECT_EQ(entries[0]["date_time"].toString(), param.stored);
+    EXPECT_EQ(entries[0]["size"].toInt(), 8);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Table, StoredTime,
-    ::testing::Values(TimeCase { "OddSecondRoundsDown", { { 2019, 7, 1 }, { 13, 45, 31 } }, "2019-07-01 13:45:30" },
-                      TimeCase { "Before1980IsClamped", { { 1975, 5, 5 }, { 1, 2, 3 } }, "1980-01-01 00:00:00" },
-                      TimeCase { "After2107IsClamped", { { 2200, 5, 5 }, { 1, 2, 3 } }, "2107-12-31 23:59:58" },
-                      TimeCase { "LinkStoresItsTarget", { { 2018, 2, 3 }, { 4, 5, 6 } }, "2018-02-03 04:05:06", true }),
+    Table, StoredEntry,
+    ::testing::Values(EntryCase { .name = "ShiftJisKanji", .fileName = "日本語.txt", .storedHex = "93fa967b8cea2e747874" },
+                      EntryCase { .name = "ShiftJisHalfwidthKanaComposed", .fileName = "ｶﾞ", .storedHex = "834b" },
+                      EntryCase { .name = "ShiftJisCompatibilityFormsNormalised", .fileName = "～∥①", .storedHex = "7e816131" },
+                      EntryCase { .name = "ShiftJisWithoutFormIsDash", .fileName = "한.txt", .storedHex = "2d" },
+                      // What input methods type and NFKC makes (of ￢ ￠ ￡ ￤) takes the forms Windows shows.
+                      EntryCase { .name = "ShiftJisWindowsForms", .fileName = "〜−￢‖—¢£¦", .storedHex = "8160817c81ca8161815c81918192fa55",
+                                  .cp932 = "～－￢∥―￠￡￤" },
+                      EntryCase { .name = "Utf8KeepsHalfwidthKana", .fileName = "ｶﾞ", .storedHex = "efbdb6efbe9e", .encoding = 4 },
+                      EntryCase { .name = "OddSecondRoundsDown", .modified = { { 2019, 7, 1 }, { 13, 45, 31 } }, .stored = "2019-07-01 13:45:30" },
+                      EntryCase { .name = "Before1980IsClamped", .modified = { { 1975, 5, 5 }, { 1, 2, 3 } }, .stored = "1980-01-01 00:00:00" },
+                      EntryCase { .name = "After2107IsClamped", .modified = { { 2200, 5, 5 }, { 1, 2, 3 } }, .stored = "2107-12-31 23:59:58" },
+                      EntryCase { .name = "LinkStoresItsTarget", .storedHex = "6c696e6b", .throughLink = true }),
     CaseName());
 
 // --- what is at the location is only ever replaced by a complete archive
