@@ -36,10 +36,7 @@ TEST_P(PeerArchive, ReadsBackEqual)
     for (int i = 0; i < files.size(); ++i) {
         ASSERT_TRUE(setModified(files[i], QDateTime(QDate(2022, 8, 9), QTime(10, 11, 12)).addSecs(3602 * i)));
     }
-    QStringList arguments;
-    for (QString argument : param.arguments) {
-        arguments << argument.replace("$ZIP", path("peer.zip")).replace("$TOP", path("src/top"));
-    }
+    const QStringList arguments = QStringList(param.arguments).replaceInStrings("$ZIP", path("peer.zip")).replaceInStrings("$TOP", path("src/top"));
     ASSERT_EQ(param.program.isEmpty() ? peer(arguments) : run(param.program, arguments, path("src")).exitCode, 0);
 
     const QStringList notices = extract(path("peer.zip"), path("dest"), param.password);

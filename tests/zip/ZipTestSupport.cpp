@@ -12,11 +12,9 @@
 
 void Recorder::add(const QString& line, bool ends)
 {
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_lines << line;
-        m_end = m_end || ends;
-    }
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_lines << line;
+    m_end = m_end || ends;
     m_ended.notify_all();
 }
 
