@@ -33,10 +33,9 @@ TEST_P(Zip64Boundary, RoundTripThroughUnzipAndBack)
     EXPECT_EQ(quint8(local[4]), GetParam().localVersion);
     EXPECT_EQ(quint8(local[28]) > 0, GetParam().localZip64);
     EXPECT_EQ(inspect(zip).value(0)["size"].toInteger(), size);
-    const QStringList withPassword = pw.isEmpty() ? QStringList() : QStringList { "-P", pw };
-    EXPECT_EQ(TestEnvironment::run("unzip", QStringList { "-t" } + withPassword + QStringList { zip }).exitCode, 0);
+    EXPECT_EQ(TestEnvironment::run("unzip", { "-t", "-P", pw, zip }).exitCode, 0);
     EXPECT_EQ(TestEnvironment::run("7z", { "t", "-p" + pw, zip }).exitCode, 0);
-    EXPECT_EQ(peer(QStringList { "test", zip } + withPassword.mid(1)), 0);
+    EXPECT_EQ(peer({ "test", zip, pw }), 0);
 
     const QStringList read = extract(zip, path("dest"), pw);
     EXPECT_FALSE(read.join('\n').contains("error")) << read.join('\n').toStdString();

@@ -12,20 +12,10 @@
 
 void Recorder::add(const QString& line, bool ends)
 {
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_lines << line;
-        m_end = m_end || ends;
-    }
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_lines << line;
+    m_end = m_end || ends;
     m_ended.notify_all();
-}
-
-void Recorder::progress(int progress, int total, const QString& name)
-{
-    if (onProgress) {
-        onProgress(progress);
-    }
-    add(QString("progress %1/%2 %3").arg(progress).arg(total).arg(name));
 }
 
 QStringList Recorder::lines() const
@@ -43,12 +33,6 @@ bool Recorder::waitForEnd()
 QString ZipTest::file(const QString& relative, const QByteArray& bytes)
 {
     EXPECT_TRUE(TestEnvironment::writeFile(path(relative), bytes)) << relative.toStdString();
-    return path(relative);
-}
-
-QString ZipTest::folder(const QString& relative)
-{
-    QDir().mkpath(path(relative));
     return path(relative);
 }
 
@@ -101,7 +85,6 @@ QList<QJsonObject> inspect(const QString& zip)
     for (const QByteArray& line : out.split('\n')) {
         if (!line.isEmpty()) {
             entries << QJsonDocument::fromJson(line).object();
-            entries.last()["text"] = QString::fromUtf8(QByteArray::fromHex(entries.last()["name"].toString().toLatin1()));
         }
     }
     return entries;
@@ -116,14 +99,9 @@ QStringList entryNames(const QString& zip)
     return names;
 }
 
-QString makeArchive(const QString& zip, const QJsonArray& entries)
+QString makeRaw(const QString& zip, const QJsonArray& entries, QJsonObject layout)
 {
-    EXPECT_EQ(peer({ "make", zip, QJsonDocument(entries).toJson(QJsonDocument::Compact) }), 0);
-    return zip;
-}
-
-QString makeRaw(const QString& zip, const QJsonObject& layout)
-{
+    layout["entries"] = entries;
     EXPECT_EQ(peer({ "raw", zip, QJsonDocument(layout).toJson(QJsonDocument::Compact) }), 0);
     return zip;
 }

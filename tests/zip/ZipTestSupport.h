@@ -5,6 +5,7 @@
 #include "zip/ZipArchiveDelegate.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QStringList>
@@ -22,7 +23,8 @@
 class Recorder : public RQZipArchiverDelegate, public RQUnZipArchiverDelegate
 {
 public:
-    std::function<void(int)> onProgress; // called before the progress line is added
+    std::function<void(int)> onProgress = [](int) {}; // called before the progress line is added
+    QStringList fileReports; // "<path> <done> <size>" of the progress within each file
 
     QStringList lines() const;
     bool waitForEnd(); // for the finished or cancelled notice
@@ -31,6 +33,7 @@ public:
     void archiverArchiveProgress(RQZipArchiver*, int p, int t, const QString& n) override { progress(p, t, n); }
     void archiverArchiveFinished(RQZipArchiver*, const QString& path) override { add("finished " + path, true); }
     void archiverArchiveCancelled(RQZipArchiver*) override { add("cancelled", true); }
+    void archiverArchiveProgressInFile(RQZipArchiver*, quint64 done, quint64 size, const QString& path) override { fileReports << QString("%1 %2 %3").arg(path).arg(done).arg(size); }
     void archiverArchiveError(RQZipArchiver*, const RQError& e) override { error(e); }
     void unArchiverArchiveStarted(RQUnZipArchiver*, int total) override { add(QString("started %1").arg(total)); }
     void unArchiverArchiveProgress(RQUnZipArchiver*, int p, int t, const QString& n) override { progress(p, t, n); }
@@ -40,7 +43,7 @@ public:
 
 private:
     void add(const QString& line, bool ends = false);
-    void progress(int progress, int total, const QString& name);
+    void progress(int p, int t, const QString& name) { onProgress(p); add(QString("progress %1/%2 %3").arg(p).arg(t).arg(name)); }
     void error(const RQError& e) { add(QString("error %1 %2").arg(e.code()).arg(e.localizedRecoverySuggestion())); }
 
     mutable std::mutex m_mutex;
@@ -60,7 +63,7 @@ class ZipTest : public ::testing::Test
 protected:
     QString path(const QString& relative) const { return m_dir.filePath(relative); }
     QString file(const QString& relative, const QByteArray& bytes); // parents made
-    QString folder(const QString& relative);
+    QString folder(const QString& relative) { QDir().mkpath(path(relative)); return path(relative); }
     QStringList files(int count, const QByteArray& bytes); // f1 ... f<count>
     QStringList archive(const QString& zip, const QStringList& contents, const QString& password = {},
                         int level = 4, quint64 encoding = 4);
@@ -87,8 +90,8 @@ int peer(const QStringList& arguments, QByteArray* out = nullptr);
 // size, date_time ("yyyy-MM-dd hh:mm:ss").
 QList<QJsonObject> inspect(const QString& zip);
 QStringList entryNames(const QString& zip); // the "text" of every entry
-QString makeArchive(const QString& zip, const QJsonArray& entries); // see peer.py make
-QString makeRaw(const QString& zip, const QJsonObject& layout); // see peer.py raw
+// An archive built byte by byte: see peer.py raw (layout: its keys but "entries").
+QString makeRaw(const QString& zip, const QJsonArray& entries, QJsonObject layout = {});
 QJsonObject entry(const QString& name, const QString& data = {});
 QStringList contentsOf(const QString& root); // listTree, files as "name=<contents as Latin-1>"
 bool setModified(const QString& path, const QDateTime& when); // links not followed

@@ -7,18 +7,18 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <unistd.h>
+#include <zlib.h>
 
 using TestEnvironment::listTree;
 using TestEnvironment::readFile;
 using TestEnvironment::run;
 
-// --- every reader accepts what is written (encrypted: only with the password), and
-// the header fields: version made by 0, needed 2.0, flag bits by level, no bit 3 or 11.
-// Files are deflated ahead of the writer, larger ones in chunks joined into one stream;
-// every header byte and every progress report is still what the adapter writes and
-// makes when it deflates the file itself (the data may differ).
+// --- every reader accepts what is written (encrypted: only with the password); version made by 0, needed 2.0,
+// flag bits by level, no bit 3 or 11. Files deflated ahead of the writer, in chunks joined into one stream, give
+// the header bytes and progress reports of the adapter deflating them itself (the data may differ).
 
 struct PeerCase {
     const char* name;
@@ -48,15 +48,10 @@ TEST_P(WrittenArchive, PassesEveryPeerWithTheHeaderFieldsOfItsLevel)
     for (const auto& [relative, bytes] : files) {
         contents << file("src/" + relative, bytes);
     }
+    ASSERT_TRUE(setModified(contents[0], QDateTime(QDate(2021, 3, 4), QTime(5, 6, 8)))); // after its files are made
     const QString zip = path("out.zip"), sequential = path("sequential.zip");
 
-    struct InFile : Recorder {
-        QStringList reports;
-        void archiverArchiveProgressInFile(RQZipArchiver*, quint64 done, quint64 size, const QString& path) override
-        {
-            reports << QString("%1 %2 %3").arg(path).arg(done).arg(size);
-        }
-    } recorder;
+    Recorder recorder;
     RQZipArchiver archiver;
     archiver.setDelegate(&recorder);
     archiver.archive(zip, contents, pw, level, 4);
@@ -76,16 +71,19 @@ TEST_P(WrittenArchive, PassesEveryPeerWithTheHeaderFieldsOfItsLevel)
     ASSERT_EQ(peer({ "headers", zip }, &headers), 0);
     ASSERT_EQ(peer({ "headers", sequential }, &sequentialHeaders), 0);
     EXPECT_EQ(headers, sequentialHeaders);
-    EXPECT_EQ(recorder.reports, reports);
+    EXPECT_EQ(recorder.fileReports, reports);
+    // One zero-length read for the empty file, none for a folder.
+    EXPECT_EQ(reports.filter(QRegularExpression("/(top|sub|empty) ")), QStringList { path("src/top/empty") + " 0 0" });
 
     const auto passes = [&](const QString& password) {
-        const QStringList withPassword = password.isEmpty() ? QStringList() : QStringList { "-P", password };
-        return QList<int> { run("unzip", QStringList { "-t" } + withPassword + QStringList { zip }).exitCode,
-                            run("7z", { "t", "-p" + password, zip }).exitCode,
-                            peer(QStringList { "test", zip } + withPassword.mid(1)) };
+        return QList<int> { run("unzip", { "-t", "-P", password, zip }).exitCode, run("7z", { "t", "-p" + password, zip }).exitCode,
+                            peer({ "test", zip, password }), ZipArchive::testArchive(zip, password) ? 0 : 1 };
     };
-    EXPECT_EQ(passes(pw), QList<int>({ 0, 0, 0 }));
+    EXPECT_EQ(passes(pw), QList<int>({ 0, 0, 0, 0 }));
     EXPECT_TRUE(pw.isEmpty() || !passes(pw + "x").contains(0));
+    // The archive is read back after it is written, and its file CRC kept.
+    QByteArray bytes = readFile(zip);
+    EXPECT_EQ(archiver.verifyCrc(), QString::number(crc32(0, reinterpret_cast<const Bytef*>(bytes.constData()), bytes.size()), 16).toUpper());
 
     const int levelBits[10] = { 0, 6, 4, 0, 0, 0, 0, 0, 2, 2 };
     const QList<QJsonObject> entries = inspect(zip);
@@ -94,11 +92,17 @@ TEST_P(WrittenArchive, PassesEveryPeerWithTheHeaderFieldsOfItsLevel)
         EXPECT_EQ(entry["flag"].toInt(), levelBits[level] | (pw.isEmpty() ? 0 : 1)) << "no data descriptor, no UTF-8 flag";
         EXPECT_EQ(entry["method"].toInt(), 8);
     }
+    const QJsonObject& top = entries[0];
+    EXPECT_EQ(QString("%1 %2 %3 ").arg(top["text"].toString()).arg(top["size"].toInt()).arg(top["crc"].toInt()) + top["date_time"].toString(),
+              "top/ 0 0 2021-03-04 05:06:08");
     const QString info = QString::fromUtf8(run("zipinfo", { "-v", zip }).out).simplified();
     for (const char* line : { "version of encoding software: 0.0", "minimum software version required to extract: 2.0",
                               "extended local header: no" }) {
         EXPECT_EQ(info.count(QLatin1String(line)), contents.size()) << line;
     }
+    bytes[bytes.indexOf("top/random") + 10 + 12 + 100] ^= 1; // inside its data, past an encryption header
+    ASSERT_TRUE(TestEnvironment::writeFile(zip, bytes));
+    EXPECT_FALSE(ZipArchive::testArchive(zip, pw));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -110,91 +114,55 @@ INSTANTIATE_TEST_SUITE_P(
 
 using ZipWriter = ZipTest;
 
-TEST_F(ZipWriter, FolderEntryAndEmptyFile)
-{
-    const QString docs = folder("A/Docs"), empty = file("empty", {});
-    ASSERT_TRUE(setModified(docs, QDateTime(QDate(2021, 3, 4), QTime(5, 6, 8))));
-    QStringList calls;
-    const auto progress = [&](const QString& source, quint64 done, quint64 total) {
-        calls << QString("%1 %2 %3").arg(source).arg(done).arg(total);
-    };
-    ZipArchive zip;
-    ASSERT_TRUE(zip.CreateZipFile2(path("out.zip")));
-    ASSERT_TRUE(zip.addFileToZip(docs, "A/Docs", 5, progress) && zip.addFileToZip(empty, "empty", 5, progress));
-    ASSERT_TRUE(zip.CloseZipFile2());
-    EXPECT_EQ(calls, QStringList { empty + " 0 0" }); // one zero-length read; none for the folder
-    QStringList fields; // name, size, CRC, method, time
-    for (const QJsonObject& e : inspect(path("out.zip"))) {
-        fields << QString("%1 %2 %3 %4 ").arg(e["text"].toString()).arg(e["size"].toInt()).arg(e["crc"].toInt()).arg(e["method"].toInt())
-                + e["date_time"].toString();
-    }
-    EXPECT_EQ(fields.value(0), "A/Docs/ 0 0 8 2021-03-04 05:06:08");
-    EXPECT_TRUE(fields.value(1).startsWith("empty 0 0 8 ")) << fields.value(1).toStdString();
-}
+// --- one entry: its name in the chosen encoding (no UTF-8 flag) and its time (local fields, two-second resolution,
+// clamped into 1980..2107; links followed)
 
-// --- names in the chosen encoding
-
-struct NameCase {
+struct EntryCase {
     const char* name;
-    quint64 encoding;
-    QString fileName;
-    const char* storedHex;
+    QString fileName = "t.txt";
+    const char* storedHex = "742e747874"; // t.txt
+    quint64 encoding = 8;
     QString cp932 = {}; // the name as Python's cp932 codec reads it; empty: not checked
-};
-
-using StoredName = ZipTable<NameCase>;
-
-TEST_P(StoredName, RawBytes)
-{
-    archive(path("out.zip"), { file(GetParam().fileName, "x") }, {}, 4, GetParam().encoding);
-    const QList<QJsonObject> entries = inspect(path("out.zip"));
-    ASSERT_EQ(entries.size(), 1);
-    EXPECT_EQ(entries[0]["name"].toString(), GetParam().storedHex);
-    EXPECT_TRUE(GetParam().cp932.isEmpty() || entries[0]["cp932"].toString() == GetParam().cp932);
-    EXPECT_EQ(entries[0]["flag"].toInt() & 0x800, 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, StoredName,
-    ::testing::Values(NameCase { "ShiftJisKanji", 8, "日本語.txt", "93fa967b8cea2e747874" },
-                      NameCase { "ShiftJisHalfwidthKanaComposed", 8, "ｶﾞ", "834b" },
-                      NameCase { "ShiftJisCompatibilityFormsNormalised", 8, "～∥①", "7e816131" },
-                      NameCase { "ShiftJisWithoutFormIsDash", 8, "한.txt", "2d" },
-                      // What input methods type and NFKC makes (of ￢ ￠ ￡ ￤) takes the forms Windows shows.
-                      NameCase { "ShiftJisWindowsForms", 8, "〜−￢‖—¢£¦", "8160817c81ca8161815c81918192fa55", "～－￢∥―￠￡￤" },
-                      NameCase { "Utf8KeepsHalfwidthKana", 4, "ｶﾞ", "efbdb6efbe9e" }), CaseName());
-
-// --- times: local fields, two-second resolution, clamped into 1980..2107; links followed
-
-struct TimeCase {
-    const char* name;
-    QDateTime modified;
-    QString stored;
+    QDateTime modified = { { 2020, 1, 2 }, { 3, 4, 6 } };
+    QString stored = "2020-01-02 03:04:06";
     bool throughLink = false;
 };
 
-using StoredTime = ZipTable<TimeCase>;
+using StoredEntry = ZipTable<EntryCase>;
 
-TEST_P(StoredTime, DateTimeFieldsAndContents)
+TEST_P(StoredEntry, NameBytesTimeAndSize)
 {
-    QString item = file("t.txt", "contents");
-    ASSERT_TRUE(setModified(item, GetParam().modified));
-    if (GetParam().throughLink) {
+    const EntryCase& param = GetParam();
+    QString item = file(param.fileName, "contents");
+    ASSERT_TRUE(setModified(item, param.modified));
+    if (param.throughLink) {
         ASSERT_EQ(::symlink(QFile::encodeName(item).constData(), QFile::encodeName(path("link")).constData()), 0);
         item = path("link");
     }
-    archive(path("out.zip"), { item });
-    const QJsonObject stored = inspect(path("out.zip")).value(0);
-    EXPECT_EQ(stored["date_time"].toString(), GetParam().stored);
-    EXPECT_EQ(stored["size"].toInt(), 8);
+    archive(path("out.zip"), { item }, {}, 4, param.encoding);
+    const QList<QJsonObject> entries = inspect(path("out.zip"));
+    ASSERT_EQ(entries.size(), 1);
+    EXPECT_EQ(entries[0]["name"].toString(), param.storedHex);
+    EXPECT_TRUE(param.cp932.isEmpty() || entries[0]["cp932"].toString() == param.cp932);
+    EXPECT_EQ(entries[0]["flag"].toInt() & 0x800, 0);
+    EXPECT_EQ(entries[0]["date_time"].toString(), param.stored);
+    EXPECT_EQ(entries[0]["size"].toInt(), 8);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Table, StoredTime,
-    ::testing::Values(TimeCase { "OddSecondRoundsDown", { { 2019, 7, 1 }, { 13, 45, 31 } }, "2019-07-01 13:45:30" },
-                      TimeCase { "Before1980IsClamped", { { 1975, 5, 5 }, { 1, 2, 3 } }, "1980-01-01 00:00:00" },
-                      TimeCase { "After2107IsClamped", { { 2200, 5, 5 }, { 1, 2, 3 } }, "2107-12-31 23:59:58" },
-                      TimeCase { "LinkStoresItsTarget", { { 2018, 2, 3 }, { 4, 5, 6 } }, "2018-02-03 04:05:06", true }),
+    Table, StoredEntry,
+    ::testing::Values(EntryCase { .name = "ShiftJisKanji", .fileName = "日本語.txt", .storedHex = "93fa967b8cea2e747874" },
+                      EntryCase { .name = "ShiftJisHalfwidthKanaComposed", .fileName = "ｶﾞ", .storedHex = "834b" },
+                      EntryCase { .name = "ShiftJisCompatibilityFormsNormalised", .fileName = "～∥①", .storedHex = "7e816131" },
+                      EntryCase { .name = "ShiftJisWithoutFormIsDash", .fileName = "한.txt", .storedHex = "2d" },
+                      // What input methods type and NFKC makes (of ￢ ￠ ￡ ￤) takes the forms Windows shows.
+                      EntryCase { .name = "ShiftJisWindowsForms", .fileName = "〜−￢‖—¢£¦", .storedHex = "8160817c81ca8161815c81918192fa55",
+                                  .cp932 = "～－￢∥―￠￡￤" },
+                      EntryCase { .name = "Utf8KeepsHalfwidthKana", .fileName = "ｶﾞ", .storedHex = "efbdb6efbe9e", .encoding = 4 },
+                      EntryCase { .name = "OddSecondRoundsDown", .modified = { { 2019, 7, 1 }, { 13, 45, 31 } }, .stored = "2019-07-01 13:45:30" },
+                      EntryCase { .name = "Before1980IsClamped", .modified = { { 1975, 5, 5 }, { 1, 2, 3 } }, .stored = "1980-01-01 00:00:00" },
+                      EntryCase { .name = "After2107IsClamped", .modified = { { 2200, 5, 5 }, { 1, 2, 3 } }, .stored = "2107-12-31 23:59:58" },
+                      EntryCase { .name = "LinkStoresItsTarget", .storedHex = "6c696e6b", .throughLink = true }),
     CaseName());
 
 // --- what is at the location is only ever replaced by a complete archive

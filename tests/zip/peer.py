@@ -1,10 +1,8 @@
 #!/usr/bin/env python3
-"""Python's zipfile as a peer of the zip tests: inspect ZIP (raw header fields, a JSON object per
-entry), headers ZIP (per entry, every header byte but the compressed size and the offsets), test ZIP [PASSWORD] (exit 0 when testzip() finds every entry intact), make ZIP ENTRIES_JSON
-(entries from [{"name" | "name_hex", "data", "method", "date_time", "external"}], names stored as
-given), zip64-tree ZIP FOLDER (FOLDER under its last component, files in ZIP64 form), wrapped ZIP COUNT
-(COUNT empty files; no ZIP64 end record, so the 16-bit count wraps), raw ZIP LAYOUT_JSON (built byte by byte:
-see raw())."""
+"""Python's zipfile as a peer of the zip tests. inspect ZIP: raw header fields, a JSON object per entry; headers ZIP:
+every header byte but the compressed size and the offsets; test ZIP [PASSWORD]: exit 0 when every entry is intact;
+zip64-tree ZIP FOLDER: as -m zipfile -c, files in ZIP64 form; wrapped ZIP COUNT: no ZIP64 end record, so the count wraps;
+raw ZIP LAYOUT_JSON: see raw()."""
 import json
 import lzma
 import os
@@ -18,7 +16,7 @@ def inspect(path):
     with zipfile.ZipFile(path) as archive:
         for info in archive.infolist():
             raw = info.orig_filename.encode("utf-8" if info.flag_bits & 0x800 else "cp437")
-            print(json.dumps({"name": raw.hex(), "cp932": raw.decode("cp932", "replace"), "flag": info.flag_bits, "method": info.compress_type, "crc": info.CRC,
+            print(json.dumps({"name": raw.hex(), "text": raw.decode("utf-8", "replace"), "cp932": raw.decode("cp932", "replace"), "flag": info.flag_bits, "method": info.compress_type, "crc": info.CRC,
                               "size": info.file_size, "date_time": "%04d-%02d-%02d %02d:%02d:%02d" % info.date_time}))
 
 
@@ -34,49 +32,20 @@ def headers(path):
                               info.external_attr, info.extra.hex(), info.comment.hex()]))
 
 
-def test(path, password):
+def test(path, password=None):
     try:
         with zipfile.ZipFile(path) as archive:
-            if password is not None:
-                archive.setpassword(password.encode("ascii"))
+            archive.setpassword(password and password.encode("ascii"))
             return 0 if archive.testzip() is None else 1
     except Exception as error:  # a wrong password raises
         print(error, file=sys.stderr)
         return 1
 
 
-class RawNameInfo(zipfile.ZipInfo):
-    raw_name = None
-
-    def _encodeFilenameFlags(self):
-        return (self.raw_name, self.flag_bits) if self.raw_name else super()._encodeFilenameFlags()
-
-
-def make(path, entries_json):
-    with zipfile.ZipFile(path, "w") as archive:
-        for entry in json.loads(entries_json):
-            when = tuple(entry.get("date_time", [2020, 5, 17, 9, 30, 10]))
-            raw = bytes.fromhex(entry.get("name_hex", ""))
-            info = RawNameInfo(raw.decode("cp437") if raw else entry["name"], when)
-            info.raw_name = raw
-            info.compress_type = entry.get("method", zipfile.ZIP_DEFLATED)
-            info.external_attr = entry.get("external", 0)
-            with archive.open(info, "w") as stream:
-                stream.write(entry.get("data", "").encode("utf-8"))
-
-
 def zip64_tree(path, folder):
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
-        for root, folders, files in os.walk(folder):
-            for name in sorted(folders) + sorted(files):
-                full = os.path.join(root, name)
-                info = zipfile.ZipInfo.from_file(full, os.path.relpath(full, os.path.dirname(folder)))
-                if info.is_dir():
-                    archive.write(full, info.filename)
-                    continue
-                info.compress_type = zipfile.ZIP_DEFLATED
-                with open(full, "rb") as source, archive.open(info, "w", force_zip64=True) as stream:
-                    stream.write(source.read())
+    open_entry = zipfile.ZipFile.open
+    zipfile.ZipFile.open = lambda self, name, mode="r", pwd=None, **_: open_entry(self, name, mode, pwd, force_zip64=True)
+    zipfile.main(["-c", path, folder])
 
 
 def wrapped(path, total):
@@ -92,21 +61,14 @@ def wrapped(path, total):
     open(path, "wb").write(data[:wide] + bytes(record))
 
 
-CRC_TABLE = [0] * 256
-for n in range(256):
-    c = n
-    for _ in range(8):
-        c = (c >> 1) ^ 0xEDB88320 if c & 1 else c >> 1
-    CRC_TABLE[n] = c
-
-
 def zipcrypto(password, data, check):
     keys = [0x12345678, 0x23456789, 0x34567890]
+    crc = lambda value, byte: zlib.crc32(bytes([byte]), value ^ 0xFFFFFFFF) ^ 0xFFFFFFFF  # one step, no inversion
 
     def update(byte):
-        keys[0] = CRC_TABLE[(keys[0] ^ byte) & 0xFF] ^ (keys[0] >> 8)
+        keys[0] = crc(keys[0], byte)
         keys[1] = ((keys[1] + (keys[0] & 0xFF)) * 134775813 + 1) & 0xFFFFFFFF
-        keys[2] = CRC_TABLE[(keys[2] ^ (keys[1] >> 24)) & 0xFF] ^ (keys[2] >> 8)
+        keys[2] = crc(keys[2], keys[1] >> 24)
 
     for byte in password:
         update(byte)
@@ -122,15 +84,17 @@ def raw(path, layout_json):
     """entries: [{"name" | "name_hex", "data", "method" (0, 8 or 14), "flag", "password_hex" (traditional encryption),
     "unicode_path" (a 0x7075 field; "unicode_stale": its CRC is of another name), "local_name" (the local header
     names something else), "same_local_as" (index: no data of its own, the central record points at that entry's
-    local header), "grow" (bytes added to the central compressed size), "size_off" (added to the stated size), "repeat" (the data that many times)}]; "comment_size" (a comment of that many
-    bytes); "fake_end" (the comment holds an end record whose directory does not parse)."""
+    local header), "grow" (bytes added to the central compressed size), "size_off" (added to the stated size), "repeat"
+    (the data that many times), "crc_xor" (changes the stated CRC), "external" (attributes, made on Unix),
+    "dos_time" ([time, date] fields)}];
+    "comment_size" (a comment of that many bytes); "fake_end" (the comment holds an end record that does not parse)."""
     layout = json.loads(layout_json)
     body, central, placed = bytearray(), bytearray(), []
     for entry in layout["entries"]:
         name = bytes.fromhex(entry["name_hex"]) if "name_hex" in entry else entry["name"].encode("utf-8")
         data = entry.get("data", "").encode("utf-8") * entry.get("repeat", 1)
-        method, flag = entry.get("method", 8), entry.get("flag", 0)
-        crc, stated = zlib.crc32(data), len(data) + entry.get("size_off", 0)
+        method, flag, when = entry.get("method", 8), entry.get("flag", 0), entry.get("dos_time", [0x4A4F, 0x50B1])
+        crc, stated = zlib.crc32(data) ^ entry.get("crc_xor", 0), len(data) + entry.get("size_off", 0)
         stored = data if method == 0 else zlib.compress(data, 6, -15) if method == 8 else data
         if method == 14:  # 7-Zip's layout: version, properties' size, properties claiming "lzma_dict" bytes
             stream = lzma.compress(data, lzma.FORMAT_RAW, filters=[{"id": lzma.FILTER_LZMA1, "dict_size": 1 << 16}])
@@ -148,12 +112,13 @@ def raw(path, layout_json):
         else:
             offset, stored_size = len(body), len(stored)
             local = entry.get("local_name", "").encode("utf-8") or name
-            body += struct.pack("<IHHHHHIIIHH", 0x04034B50, 20, flag, method, 0x4A4F, 0x50B1, crc, len(stored),
-                                stated, len(local), 0) + local + stored
+            body += struct.pack("<IHHHHHIIIHH", 0x04034B50, 20, flag, method, *when, crc, len(stored), stated,
+                                len(local), 0) + local + stored
         placed.append((offset, stored_size))
-        central += struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, 20, 20, flag, method, 0x4A4F, 0x50B1, crc,
-                               stored_size + entry.get("grow", 0), stated, len(name), len(extra), 0, 0, 0, 0,
-                               offset) + name + extra
+        made_by = 0x314 if "external" in entry else 20  # Unix, whose mode the external attributes hold
+        central += struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, made_by, 20, flag, method, *when, crc,
+                               stored_size + entry.get("grow", 0), stated, len(name), len(extra), 0, 0, 0,
+                               entry.get("external", 0), offset) + name + extra
     comment = b"c" * layout.get("comment_size", 0)
     if layout.get("fake_end"):
         comment = b"xx" + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, 1, 1, 46, 0, 3) + b"end"
@@ -163,8 +128,5 @@ def raw(path, layout_json):
 
 
 if __name__ == "__main__":
-    command, arguments = sys.argv[1], sys.argv[2:]
-    if command == "test":
-        sys.exit(test(arguments[0], arguments[1] if len(arguments) > 1 else None))
-    {"inspect": inspect, "headers": headers, "make": make, "zip64-tree": zip64_tree, "wrapped": wrapped,
-     "raw": raw}[command](*arguments)
+    commands = {"inspect": inspect, "headers": headers, "test": test, "zip64-tree": zip64_tree, "wrapped": wrapped, "raw": raw}
+    sys.exit(commands[sys.argv[1]](*sys.argv[2:]))
