@@ -6,13 +6,13 @@
 #include "app/widgets/RKLogoImageView.h"
 #include "app/widgets/RKTopView.h"
 #include "app/widgets/RKTopWindow.h"
-#include "platform/SRCommon.h"
+#include "preferences/widgets/RKPreferenceWindow.h"
 #include "settings/RKSetting.h"
+#include "shortcut/SRCommon.h"
+#include "shortcut/widgets/SRValidator.h"
 #include "support/TestEnvironment.h"
-#include "ui/RKPreferenceWindow.h"
 #include "ui/RKProfilePopUpButton.h"
 #include "ui/RKUnArchiveProfilePopUpButton.h"
-#include "ui/SRValidator.h"
 
 #include <QAction>
 #include <QApplication>

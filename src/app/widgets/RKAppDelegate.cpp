@@ -6,10 +6,10 @@
 #include "app/widgets/RKTopWindow.h"
 #include "archive/widgets/RKProgressWindow.h"
 #include "platform/RKAppInfo.h"
+#include "preferences/widgets/RKPreferenceWindow.h"
 #include "results/widgets/RKProcessResultWindow.h"
 #include "settings/RKPasswordProvider.h"
 #include "settings/RKSetting.h"
-#include "ui/RKPreferenceWindow.h"
 #include "ui/RKWindowPlacement.h"
 #include "unarchive/widgets/RKUnArchiveProgressWindow.h"
 

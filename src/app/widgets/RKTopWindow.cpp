@@ -4,7 +4,7 @@
 #include "app/widgets/RKLogoImageView.h"
 #include "app/widgets/RKTopView.h"
 #include "platform/RKAppInfo.h"
-#include "ui/SRValidator.h"
+#include "shortcut/widgets/SRValidator.h"
 
 #include <QAction>
 #include <QGuiApplication>

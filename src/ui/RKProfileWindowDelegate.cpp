@@ -1,5 +1,0 @@
-#include "ui/RKProfileWindowDelegate.h"
-
-void RKProfileWindowDelegate::profileWindowRegister(RKProfileWindow*,
-                                                    const std::shared_ptr<RKProfileSetting>&) {}
-void RKProfileWindowDelegate::profileWindowCansel(RKProfileWindow*) {}

@@ -1,5 +1,0 @@
-#include "ui/RKUnArchiveProfileWindowDelegate.h"
-
-void RKUnArchiveProfileWindowDelegate::unArchiveProfileWindowRegister(
-    RKUnArchiveProfileWindow*, const std::shared_ptr<RKUnArchiveProfileSetting>&) {}
-void RKUnArchiveProfileWindowDelegate::unArchiveProfileWindowCansel(RKUnArchiveProfileWindow*) {}

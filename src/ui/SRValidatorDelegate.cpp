@@ -1,6 +1,0 @@
-#include "ui/SRValidatorDelegate.h"
-
-bool SRValidatorDelegate::shortcutValidatorIsKeyCodeAndFlagsTaken(SRValidator*, qint64, quint64, QString*)
-{
-    return false;
-}
