@@ -22,100 +22,67 @@ namespace {
 constexpr qint64 kNoKey = -1;
 const QString kTextViewCell = QStringLiteral("TextViewCell");
 const QString kShortCutViewCell = QStringLiteral("ShortCutViewCell");
+// What a list change answers instead of the row to select.
+constexpr int kKeepSelection = -1;
+constexpr int kUnchanged = -2;
 
 QString selectProfileMessage()
 {
     return QString::fromUtf16(u"プロファイルを選択してください");
 }
 
-// What the commands need to know of each list.
-struct ArchiveSide {
-    using Profile = RKProfileSetting;
-    static QList<Profile>& list(RKSetting& setting) { return setting.archiveProfiles; }
-    static QString& activeID(RKSetting& setting) { return setting.activeArchiveProfileID; }
-    static QString& finderID(RKSetting& setting) { return setting.finderDragArchiveProfileID; }
-    static QTableWidget* table(Ui::PreferenceWindow& ui) { return ui.zipProfileTableView; }
-    static RKProfilePopUpButton* finderPopUp(Ui::PreferenceWindow& ui) { return ui.zipFinderProfilePopUpButton; }
-
-    // A profile of its own (new identifier, no key combination) with the
-    // source's options.
-    static Profile duplicate(const Profile& source)
-    {
-        Profile copy = Profile::DefaultSetting();
-        copy.profileName = QString::fromUtf16(u"%1 のコピー").arg(source.profileName);
-        copy.destEncoding = source.destEncoding;
-        copy.archiveMode = source.archiveMode;
-        copy.archiveLevel = source.archiveLevel;
-        copy.password = source.password;
-        copy.passMode = source.passMode;
-        copy.sameFileName = source.sameFileName;
-        copy.exclusionFiles = QStringList(source.exclusionFiles.cbegin(), source.exclusionFiles.cend());
-        copy.exclusionFolders = QStringList(source.exclusionFolders.cbegin(), source.exclusionFolders.cend());
-        copy.saveLocation = source.saveLocation;
-        copy.saveStaticFolderPath = source.saveStaticFolderPath;
-        copy.passwordShow = source.passwordShow;
-        return copy;
-    }
-
-    // Everything an editor changes; the identifier stays.
-    static void takeEdited(Profile& stored, const Profile& edited)
-    {
-        stored.profileName = edited.profileName;
-        stored.destEncoding = edited.destEncoding;
-        stored.archiveMode = edited.archiveMode;
-        stored.archiveLevel = edited.archiveLevel;
-        stored.password = edited.password;
-        stored.exclusionFiles = edited.exclusionFiles;
-        stored.exclusionFolders = edited.exclusionFolders;
-        stored.saveLocation = edited.saveLocation;
-        stored.saveStaticFolderPath = edited.saveStaticFolderPath;
-        stored.sameFileName = edited.sameFileName;
-        stored.passMode = edited.passMode;
-        stored.profileShotcutCode = edited.profileShotcutCode;
-        stored.profileShotcutFlags = edited.profileShotcutFlags;
-        stored.passwordShow = edited.passwordShow;
-    }
+// What the commands need to know of a list: its profiles and editor, where
+// the store keeps it and the drop window's and file manager's choice in it,
+// and its table and file-manager pop-up.
+template <typename P, typename E, typename PopUp, QList<P> RKSetting::*profiles, QString RKSetting::*active,
+          QString RKSetting::*finder, QTableWidget* Ui_PreferenceWindow::*tableView,
+          PopUp* Ui_PreferenceWindow::*popUp>
+struct ListSide {
+    using Profile = P;
+    using Editor = E;
+    static QList<Profile>& list(RKSetting& setting) { return setting.*profiles; }
+    static QString& activeID(RKSetting& setting) { return setting.*active; }
+    static QString& finderID(RKSetting& setting) { return setting.*finder; }
+    static QTableWidget* table(Ui::PreferenceWindow& ui) { return ui.*tableView; }
+    static PopUp* finderPopUp(Ui::PreferenceWindow& ui) { return ui.*popUp; }
 };
 
-struct UnArchiveSide {
-    using Profile = RKUnArchiveProfileSetting;
-    static QList<Profile>& list(RKSetting& setting) { return setting.unArchiveProfiles; }
-    static QString& activeID(RKSetting& setting) { return setting.activeUnArchiveProfileID; }
-    static QString& finderID(RKSetting& setting) { return setting.finderDragUnArchiveProfileID; }
-    static QTableWidget* table(Ui::PreferenceWindow& ui) { return ui.unZipProfileTableView; }
-    static RKUnArchiveProfilePopUpButton* finderPopUp(Ui::PreferenceWindow& ui)
-    {
-        return ui.unZipFinderProfilePopUpButton;
-    }
+using ArchiveSide =
+    ListSide<RKProfileSetting, RKProfileWindow, RKProfilePopUpButton, &RKSetting::archiveProfiles,
+             &RKSetting::activeArchiveProfileID, &RKSetting::finderDragArchiveProfileID,
+             &Ui_PreferenceWindow::zipProfileTableView, &Ui_PreferenceWindow::zipFinderProfilePopUpButton>;
+using UnArchiveSide =
+    ListSide<RKUnArchiveProfileSetting, RKUnArchiveProfileWindow, RKUnArchiveProfilePopUpButton,
+             &RKSetting::unArchiveProfiles, &RKSetting::activeUnArchiveProfileID,
+             &RKSetting::finderDragUnArchiveProfileID, &Ui_PreferenceWindow::unZipProfileTableView,
+             &Ui_PreferenceWindow::unZipFinderProfilePopUpButton>;
 
-    static Profile duplicate(const Profile& source)
-    {
-        Profile copy = Profile::DefaultSetting();
-        copy.profileName = QString::fromUtf16(u"%1 のコピー").arg(source.profileName);
-        copy.sourceEncoding = source.sourceEncoding;
-        copy.unArchiveMode = source.unArchiveMode;
-        copy.sameFileName = source.sameFileName;
-        copy.saveLocation = source.saveLocation;
-        copy.saveStaticFolderPath = source.saveStaticFolderPath;
-        copy.exclusionFiles = QStringList(source.exclusionFiles.cbegin(), source.exclusionFiles.cend());
-        copy.exclusionFolders = QStringList(source.exclusionFolders.cbegin(), source.exclusionFolders.cend());
-        return copy;
-    }
+// A profile of its own (new identifier, no key combination) with the
+// source's options.
+template <typename Profile>
+Profile duplicate(const Profile& source)
+{
+    const Profile fresh = Profile::DefaultSetting();
+    Profile copy = source;
+    copy.profileID = fresh.profileID;
+    copy.profileName = QString::fromUtf16(u"%1 のコピー").arg(source.profileName);
+    copy.profileShotcutCode = fresh.profileShotcutCode;
+    copy.profileShotcutFlags = fresh.profileShotcutFlags;
+    return copy;
+}
 
-    static void takeEdited(Profile& stored, const Profile& edited)
-    {
-        stored.profileName = edited.profileName;
-        stored.sourceEncoding = edited.sourceEncoding;
-        stored.unArchiveMode = edited.unArchiveMode;
-        stored.sameFileName = edited.sameFileName;
-        stored.saveLocation = edited.saveLocation;
-        stored.saveStaticFolderPath = edited.saveStaticFolderPath;
-        stored.exclusionFolders = edited.exclusionFolders;
-        stored.exclusionFiles = edited.exclusionFiles;
-        stored.profileShotcutCode = edited.profileShotcutCode;
-        stored.profileShotcutFlags = edited.profileShotcutFlags;
+// Whether a stored profile has the combination.
+template <typename Profile>
+bool takesCombination(const QList<Profile>& profiles, _KeyCombo combination)
+{
+    for (const Profile& profile : profiles) {
+        if (qint64(profile.profileShotcutCode) != kNoKey && qint64(profile.profileShotcutCode) == combination.code
+            && profile.profileShotcutFlags == qint64(combination.flags)) {
+            return true;
+        }
     }
-};
+    return false;
+}
 
 template <typename Profile>
 void fillRow(QTableWidget* table, int row, const Profile& profile)
@@ -180,32 +147,12 @@ RKPreferenceWindow::RKPreferenceWindow(QWidget* parent)
 
     connect(ui->btnDone, &QPushButton::clicked, this, &RKPreferenceWindow::btnDoneTouchUpInside);
     connect(ui->btnDefault, &QPushButton::clicked, this, &RKPreferenceWindow::btnDefaultTouchUpInside);
-
-    connect(ui->zipProfileAddButton, &QPushButton::clicked, this,
-            &RKPreferenceWindow::zipProfileAddButtonTouchUpInside);
-    connect(ui->zipProfileEditButton, &QPushButton::clicked, this,
-            &RKPreferenceWindow::zipProfileEditButtonTouchUpInside);
-    connect(ui->zipProfileDeleteButton, &QPushButton::clicked, this,
-            &RKPreferenceWindow::zipProfileDeleteButtonTouchUpInside);
-    connect(ui->zipProfileCopyButton, &QPushButton::clicked, this,
-            &RKPreferenceWindow::zipProfileCopyButtonTouchUpInside);
-    connect(ui->zipSegToolItems, &RKSegmentedControl::segmentPressed, this,
-            &RKPreferenceWindow::zipSegToolItemsPressed);
-    connect(ui->zipProfileTableView, &QTableWidget::cellDoubleClicked, this,
-            &RKPreferenceWindow::zipProfileTableViewDoubleTapped);
-
-    connect(ui->unZipProfileAddButton, &QPushButton::clicked, this,
-            &RKPreferenceWindow::unZipProfileAddButtonTouchUpInside);
-    connect(ui->unZipProfileEditButton, &QPushButton::clicked, this,
-            &RKPreferenceWindow::unZipProfileEditButtonTouchUpInside);
-    connect(ui->unZipProfileDeleteButton, &QPushButton::clicked, this,
-            &RKPreferenceWindow::unZipProfileDeleteButtonTouchUpInside);
-    connect(ui->unZipProfileCopyButton, &QPushButton::clicked, this,
-            &RKPreferenceWindow::unZipProfileCopyButtonTouchUpInside);
-    connect(ui->unZipToolItems, &RKSegmentedControl::segmentPressed, this,
-            &RKPreferenceWindow::unZipToolItemsPressed);
-    connect(ui->unZipProfileTableView, &QTableWidget::cellDoubleClicked, this,
-            &RKPreferenceWindow::unZipProfileTableViewDoubleTapped);
+    connectList<ArchiveSide>(
+        {ui->zipProfileAddButton, ui->zipProfileDeleteButton, ui->zipProfileEditButton, ui->zipProfileCopyButton},
+        ui->zipSegToolItems);
+    connectList<UnArchiveSide>({ui->unZipProfileAddButton, ui->unZipProfileDeleteButton, ui->unZipProfileEditButton,
+                                ui->unZipProfileCopyButton},
+                               ui->unZipToolItems);
 }
 
 RKPreferenceWindow::~RKPreferenceWindow() = default;
@@ -267,22 +214,67 @@ void RKPreferenceWindow::reloadTable(QTableWidget* tableView)
 
 // ---- the list commands
 
-RKProfileWindow* RKPreferenceWindow::loadProfileWindow()
+template <typename Side>
+void RKPreferenceWindow::connectList(const std::array<QPushButton*, 4>& buttons, RKSegmentedControl* segments)
 {
-    if (!m_profileWindow) {
-        m_profileWindow = new RKProfileWindow(this);
-        m_profileWindow->setDelegate(this);
+    // The buttons stand in the order of the commands, as the segments do.
+    for (std::size_t command = 0; command < buttons.size(); ++command) {
+        connect(buttons[command], &QPushButton::clicked, this,
+                [this, command] { runCommand<Side>(ListCommand(command)); });
     }
-    return m_profileWindow;
+    connect(segments, &RKSegmentedControl::segmentPressed, this, [this](int segment) {
+        if (segment >= int(ListCommand::Add) && segment <= int(ListCommand::MoveDown)) {
+            runCommand<Side>(ListCommand(segment));
+        }
+    });
+    connect(Side::table(*ui), &QTableWidget::cellDoubleClicked, this, [this] {
+        if (selectedRow(Side::table(*ui)) >= 0) {
+            editProfile<Side>(false);
+        }
+    });
 }
 
-RKUnArchiveProfileWindow* RKPreferenceWindow::loadUnArchiveProfileWindow()
+template <typename Side>
+void RKPreferenceWindow::runCommand(ListCommand command)
 {
-    if (!m_unArchiveProfileWindow) {
-        m_unArchiveProfileWindow = new RKUnArchiveProfileWindow(this);
-        m_unArchiveProfileWindow->setDelegate(this);
+    switch (command) {
+    case ListCommand::Add:
+    case ListCommand::Edit:
+        editProfile<Side>(command == ListCommand::Add);
+        break;
+    case ListCommand::Delete:
+        deleteProfile<Side>();
+        break;
+    case ListCommand::Copy:
+        copyProfile<Side>();
+        break;
+    case ListCommand::MoveUp:
+    case ListCommand::MoveDown:
+        moveProfile<Side>(command == ListCommand::MoveUp ? -1 : +1);
+        break;
     }
-    return m_unArchiveProfileWindow;
+}
+
+template <typename Side>
+typename Side::Editor*& RKPreferenceWindow::editor()
+{
+    if constexpr (std::is_same_v<Side, ArchiveSide>) {
+        return m_profileWindow;
+    } else {
+        return m_unArchiveProfileWindow;
+    }
+}
+
+template <typename Side>
+void RKPreferenceWindow::openEditor(const typename Side::Profile& profile)
+{
+    typename Side::Editor*& sheet = editor<Side>();
+    if (!sheet) {
+        sheet = new typename Side::Editor(this);
+        sheet->setDelegate(this);
+    }
+    sheet->setTargetProfile(std::make_shared<typename Side::Profile>(profile));
+    showSheet(sheet);
 }
 
 void RKPreferenceWindow::showSheet(QDialog* editor)
@@ -298,37 +290,58 @@ void RKPreferenceWindow::showError(const QString& informativeText)
     RKShowErrorSheet(this, informativeText);
 }
 
-template <typename Side>
-void RKPreferenceWindow::addProfile()
+int RKPreferenceWindow::selectedProfileRow(const QTableWidget* tableView, qsizetype profileCount)
 {
-    m_isEdit = false;
-    auto profile = std::make_shared<typename Side::Profile>(Side::Profile::DefaultSetting());
-    if constexpr (std::is_same_v<Side, ArchiveSide>) {
-        loadProfileWindow()->setTargetProfile(profile);
-        showSheet(m_profileWindow);
-    } else {
-        loadUnArchiveProfileWindow()->setTargetProfile(profile);
-        showSheet(m_unArchiveProfileWindow);
+    const int row = selectedRow(tableView);
+    if (row < 0 || row >= profileCount) {
+        showError(selectProfileMessage());
+        return -1;
     }
+    return row;
 }
 
 template <typename Side>
-void RKPreferenceWindow::editProfile()
+void RKPreferenceWindow::storeList(RKSetting& setting, int rowToSelect)
 {
-    m_isEdit = true;
+    setting.commit();
+    reloadTable(Side::table(*ui));
+    if (rowToSelect != kKeepSelection) {
+        Side::table(*ui)->selectRow(rowToSelect);
+    }
+    loadFinderPopUp<Side>(*ui);
+}
+
+// Reads the store afresh; with a row selected, change(setting, list, row)
+// alters the list and answers the row to select then (kKeepSelection: the
+// one selected before; kUnchanged: nothing is stored).
+template <typename Side, typename Change>
+void RKPreferenceWindow::changeSelected(Change change)
+{
     RKSetting setting = RKSetting::Setting();
-    const int row = selectedRow(Side::table(*ui));
-    if (row < 0 || row >= Side::list(setting).size()) {
-        showError(selectProfileMessage());
+    QList<typename Side::Profile>& list = Side::list(setting);
+    const int row = selectedProfileRow(Side::table(*ui), list.size());
+    if (row < 0) {
         return;
     }
-    auto profile = std::make_shared<typename Side::Profile>(Side::list(setting).at(row));
-    if constexpr (std::is_same_v<Side, ArchiveSide>) {
-        loadProfileWindow()->setTargetProfile(profile);
-        showSheet(m_profileWindow);
-    } else {
-        loadUnArchiveProfileWindow()->setTargetProfile(profile);
-        showSheet(m_unArchiveProfileWindow);
+    const int rowToSelect = change(setting, list, row);
+    if (rowToSelect != kUnchanged) {
+        storeList<Side>(setting, rowToSelect);
+    }
+}
+
+// The editor tells on closing whether the profile was new (m_isEdit).
+template <typename Side>
+void RKPreferenceWindow::editProfile(bool newProfile)
+{
+    m_isEdit = !newProfile;
+    if (newProfile) {
+        openEditor<Side>(Side::Profile::DefaultSetting());
+        return;
+    }
+    RKSetting setting = RKSetting::Setting();
+    const int row = selectedProfileRow(Side::table(*ui), Side::list(setting).size());
+    if (row >= 0) {
+        openEditor<Side>(Side::list(setting).at(row));
     }
 }
 
@@ -338,194 +351,60 @@ void RKPreferenceWindow::registerProfile(const typename Side::Profile& edited)
     RKSetting setting = RKSetting::Setting();
     QList<typename Side::Profile>& list = Side::list(setting);
     if (m_isEdit) {
+        // Everything an editor changes; the identifier is the same.
         for (typename Side::Profile& stored : list) {
             if (stored.profileID == edited.profileID) {
-                Side::takeEdited(stored, edited);
+                stored = edited;
                 break;
             }
         }
     } else {
         list.append(edited);
     }
-    setting.commit();
-    reloadTable(Side::table(*ui));
-    loadFinderPopUp<Side>(*ui);
+    storeList<Side>(setting, kKeepSelection);
 }
 
 template <typename Side>
 void RKPreferenceWindow::deleteProfile()
 {
-    RKSetting setting = RKSetting::Setting();
-    QList<typename Side::Profile>& list = Side::list(setting);
-    if (list.size() == 1) {
+    RKSetting before = RKSetting::Setting();
+    if (Side::list(before).size() == 1) {
         showError(QString::fromUtf16(u"プロファイルは最低１つは必要です"));
         return;
     }
-    const int row = selectedRow(Side::table(*ui));
-    if (row < 0 || row >= list.size()) {
-        showError(selectProfileMessage());
-        return;
-    }
-    const typename Side::Profile removed = list.takeAt(row);
-    // The drop window and the file manager go on with a profile that exists.
-    if (removed.profileID == Side::activeID(setting)) {
-        Side::activeID(setting) = list.first().profileID;
-    }
-    if (removed.profileID == Side::finderID(setting)) {
-        Side::finderID(setting) = list.first().profileID;
-    }
-    setting.commit();
-    reloadTable(Side::table(*ui));
-    loadFinderPopUp<Side>(*ui);
+    changeSelected<Side>([](RKSetting& setting, QList<typename Side::Profile>& list, int row) {
+        const typename Side::Profile removed = list.takeAt(row);
+        // The drop window and the file manager go on with a profile that exists.
+        if (removed.profileID == Side::activeID(setting)) {
+            Side::activeID(setting) = list.first().profileID;
+        }
+        if (removed.profileID == Side::finderID(setting)) {
+            Side::finderID(setting) = list.first().profileID;
+        }
+        return kKeepSelection;
+    });
 }
 
 template <typename Side>
 void RKPreferenceWindow::copyProfile()
 {
-    RKSetting setting = RKSetting::Setting();
-    QList<typename Side::Profile>& list = Side::list(setting);
-    const int row = selectedRow(Side::table(*ui));
-    if (row < 0 || row >= list.size()) {
-        showError(selectProfileMessage());
-        return;
-    }
-    list.append(Side::duplicate(list.at(row)));
-    setting.commit();
-    reloadTable(Side::table(*ui));
-    Side::table(*ui)->selectRow(Side::table(*ui)->rowCount() - 1);
-    loadFinderPopUp<Side>(*ui);
+    changeSelected<Side>([](RKSetting&, QList<typename Side::Profile>& list, int row) {
+        list.append(duplicate(list.at(row)));
+        return int(list.size()) - 1;
+    });
 }
 
 template <typename Side>
 void RKPreferenceWindow::moveProfile(int offset)
 {
-    RKSetting setting = RKSetting::Setting();
-    QList<typename Side::Profile>& list = Side::list(setting);
-    const int row = selectedRow(Side::table(*ui));
-    if (row < 0 || row >= list.size()) {
-        showError(selectProfileMessage());
-        return;
-    }
-    const int target = row + offset;
-    if (target < 0 || target >= list.size()) {
-        return;
-    }
-    list.move(row, target);
-    setting.commit();
-    reloadTable(Side::table(*ui));
-    Side::table(*ui)->selectRow(target);
-    loadFinderPopUp<Side>(*ui);
-}
-
-template <typename Side>
-void RKPreferenceWindow::segmentPressed(int segment)
-{
-    switch (segment) {
-    case 0:
-        addProfile<Side>();
-        break;
-    case 1:
-        deleteProfile<Side>();
-        break;
-    case 2:
-        editProfile<Side>();
-        break;
-    case 3:
-        copyProfile<Side>();
-        break;
-    case 4:
-        moveProfile<Side>(-1);
-        break;
-    case 5:
-        moveProfile<Side>(+1);
-        break;
-    default:
-        break;
-    }
-}
-
-void RKPreferenceWindow::zipProfileAddButtonTouchUpInside()
-{
-    addProfile<ArchiveSide>();
-}
-
-void RKPreferenceWindow::zipProfileEditButtonTouchUpInside()
-{
-    editProfile<ArchiveSide>();
-}
-
-void RKPreferenceWindow::zipProfileDeleteButtonTouchUpInside()
-{
-    deleteProfile<ArchiveSide>();
-}
-
-void RKPreferenceWindow::zipProfileCopyButtonTouchUpInside()
-{
-    copyProfile<ArchiveSide>();
-}
-
-void RKPreferenceWindow::zipProfileMoveUpButtonTouchUpInside()
-{
-    moveProfile<ArchiveSide>(-1);
-}
-
-void RKPreferenceWindow::zipProfileMoveDownButtonTouchUpInside()
-{
-    moveProfile<ArchiveSide>(+1);
-}
-
-void RKPreferenceWindow::zipSegToolItemsPressed(int segment)
-{
-    segmentPressed<ArchiveSide>(segment);
-}
-
-void RKPreferenceWindow::zipProfileTableViewDoubleTapped()
-{
-    if (selectedRow(ui->zipProfileTableView) >= 0) {
-        editProfile<ArchiveSide>();
-    }
-}
-
-void RKPreferenceWindow::unZipProfileAddButtonTouchUpInside()
-{
-    addProfile<UnArchiveSide>();
-}
-
-void RKPreferenceWindow::unZipProfileEditButtonTouchUpInside()
-{
-    editProfile<UnArchiveSide>();
-}
-
-void RKPreferenceWindow::unZipProfileDeleteButtonTouchUpInside()
-{
-    deleteProfile<UnArchiveSide>();
-}
-
-void RKPreferenceWindow::unZipProfileCopyButtonTouchUpInside()
-{
-    copyProfile<UnArchiveSide>();
-}
-
-void RKPreferenceWindow::unZipProfileMoveUpButtonTouchUpInside()
-{
-    moveProfile<UnArchiveSide>(-1);
-}
-
-void RKPreferenceWindow::unZipProfileMoveDownButtonTouchUpInside()
-{
-    moveProfile<UnArchiveSide>(+1);
-}
-
-void RKPreferenceWindow::unZipToolItemsPressed(int segment)
-{
-    segmentPressed<UnArchiveSide>(segment);
-}
-
-void RKPreferenceWindow::unZipProfileTableViewDoubleTapped()
-{
-    if (selectedRow(ui->unZipProfileTableView) >= 0) {
-        editProfile<UnArchiveSide>();
-    }
+    changeSelected<Side>([offset](RKSetting&, QList<typename Side::Profile>& list, int row) {
+        const int target = row + offset;
+        if (target < 0 || target >= list.size()) {
+            return kUnchanged;
+        }
+        list.move(row, target);
+        return target;
+    });
 }
 
 // ---- the editors' notices
@@ -549,13 +428,6 @@ void RKPreferenceWindow::unArchiveProfileWindowRegister(RKUnArchiveProfileWindow
 
 void RKPreferenceWindow::unArchiveProfileWindowCansel(RKUnArchiveProfileWindow*) {}
 
-bool RKPreferenceWindow::shortcutRecorderIsKeyCodeAndFlagsTaken(SRRecorderControl*, qint64, quint64, QString*)
-{
-    return false;
-}
-
-void RKPreferenceWindow::shortcutRecorderKeyComboDidChange(SRRecorderControl*, _KeyCombo) {}
-
 // ---- closing and reset
 
 bool RKPreferenceWindow::closeProcess()
@@ -563,22 +435,13 @@ bool RKPreferenceWindow::closeProcess()
     const _KeyCombo password = ui->srPasswordShotcut->keyCombo();
     RKSetting setting = RKSetting::Setting();
     if (password.code != kNoKey) {
-        const auto same = [&password](quint64 code, qint64 flags) {
-            return qint64(code) != kNoKey && qint64(code) == password.code && flags == qint64(password.flags);
-        };
-        for (const RKProfileSetting& profile : setting.archiveProfiles) {
-            if (same(profile.profileShotcutCode, profile.profileShotcutFlags)) {
-                showError(QString::fromUtf16(
-                    u"パスワード設定のショートカットが圧縮プロファイルのショートカットと重複しています"));
-                return false;
-            }
+        if (takesCombination(setting.archiveProfiles, password)) {
+            showError(QString::fromUtf16(u"パスワード設定のショートカットが圧縮プロファイルのショートカットと重複しています"));
+            return false;
         }
-        for (const RKUnArchiveProfileSetting& profile : setting.unArchiveProfiles) {
-            if (same(profile.profileShotcutCode, profile.profileShotcutFlags)) {
-                showError(QString::fromUtf16(
-                    u"パスワード設定のショートカットが解凍プロファイルのショートカットと重複しています"));
-                return false;
-            }
+        if (takesCombination(setting.unArchiveProfiles, password)) {
+            showError(QString::fromUtf16(u"パスワード設定のショートカットが解凍プロファイルのショートカットと重複しています"));
+            return false;
         }
     }
     if (const auto chosen = ui->zipFinderProfilePopUpButton->selectedProfile()) {

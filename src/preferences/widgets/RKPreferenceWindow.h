@@ -10,9 +10,13 @@
 #include <QPointer>
 #include <QString>
 
+#include <array>
 #include <memory>
 
+class QPushButton;
 class QTableWidget;
+class RKSegmentedControl;
+class RKSetting;
 class RKProfileWindow;
 class RKUnArchiveProfileWindow;
 
@@ -26,7 +30,8 @@ class PreferenceWindow;
 // list command reads the stored settings afresh and stores them at once; the
 // file-manager profiles and the password combination are stored only when
 // the window closes, which it refuses while the password combination is a
-// profile's. The profile editors open as sheets on it.
+// profile's (the password recorder itself takes every combination, the
+// delegate's default). The profile editors open as sheets on it.
 class RKPreferenceWindow : public QDialog,
                            public RKProfileWindowDelegate,
                            public RKUnArchiveProfileWindowDelegate,
@@ -66,46 +71,27 @@ public:
                                         const std::shared_ptr<RKUnArchiveProfileSetting>& profile) override;
     void unArchiveProfileWindowCansel(RKUnArchiveProfileWindow* window) override;
 
-    // The password recorder takes every combination; the check comes on closing.
-    bool shortcutRecorderIsKeyCodeAndFlagsTaken(SRRecorderControl* recorder, qint64 keyCode, quint64 flags,
-                                                QString* reason) override;
-    void shortcutRecorderKeyComboDidChange(SRRecorderControl* recorder, _KeyCombo newKeyCombo) override;
-
 public slots:
     void btnDoneTouchUpInside();
     // Asks first; "OK" restores the factory settings and shows them.
     void btnDefaultTouchUpInside();
-
-    void zipProfileAddButtonTouchUpInside();
-    void zipProfileEditButtonTouchUpInside();
-    void zipProfileDeleteButtonTouchUpInside();
-    void zipProfileCopyButtonTouchUpInside();
-    void zipProfileMoveUpButtonTouchUpInside();
-    void zipProfileMoveDownButtonTouchUpInside();
-    // 0 Add, 1 Delete, 2 Edit, 3 Copy, 4 Move up, 5 Move down; others nothing.
-    void zipSegToolItemsPressed(int segment);
-    void zipProfileTableViewDoubleTapped();
-
-    void unZipProfileAddButtonTouchUpInside();
-    void unZipProfileEditButtonTouchUpInside();
-    void unZipProfileDeleteButtonTouchUpInside();
-    void unZipProfileCopyButtonTouchUpInside();
-    void unZipProfileMoveUpButtonTouchUpInside();
-    void unZipProfileMoveDownButtonTouchUpInside();
-    void unZipToolItemsPressed(int segment);
-    void unZipProfileTableViewDoubleTapped();
 
     // Closing by any other means than Done (Escape, the window's close
     // button): the closing checks first, unless Done closed it already.
     void reject() override;
 
 private:
+    // The commands of a list, in the order of the segments under it.
+    enum class ListCommand { Add, Delete, Edit, Copy, MoveUp, MoveDown };
+
     // The list commands, once for both lists (Side: the archive or the
     // unarchive list with its table, pop-up, editor and identifiers).
     template <typename Side>
-    void addProfile();
+    void connectList(const std::array<QPushButton*, 4>& buttons, RKSegmentedControl* segments);
     template <typename Side>
-    void editProfile();
+    void runCommand(ListCommand command);
+    template <typename Side>
+    void editProfile(bool newProfile);
     template <typename Side>
     void registerProfile(const typename Side::Profile& edited);
     template <typename Side>
@@ -114,14 +100,21 @@ private:
     void copyProfile();
     template <typename Side>
     void moveProfile(int offset);
+    template <typename Side, typename Change>
+    void changeSelected(Change change);
     template <typename Side>
-    void segmentPressed(int segment);
+    void storeList(RKSetting& setting, int rowToSelect);
+    template <typename Side>
+    void openEditor(const typename Side::Profile& profile);
+    template <typename Side>
+    typename Side::Editor*& editor();
 
+    // The selected row of a list of profileCount profiles; -1, after an
+    // alert, when none is.
+    int selectedProfileRow(const QTableWidget* tableView, qsizetype profileCount);
     // The selected row; -1 when none.
     static int selectedRow(const QTableWidget* tableView);
     void reloadTable(QTableWidget* tableView);
-    RKProfileWindow* loadProfileWindow();
-    RKUnArchiveProfileWindow* loadUnArchiveProfileWindow();
     void showSheet(QDialog* editor);
     void showError(const QString& informativeText);
 

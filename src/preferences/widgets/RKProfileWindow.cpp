@@ -241,9 +241,3 @@ void RKProfileWindow::btnShowPasswordTouchUpInside()
     }
 }
 
-bool RKProfileWindow::shortcutRecorderIsKeyCodeAndFlagsTaken(SRRecorderControl*, qint64, quint64, QString*)
-{
-    return false;
-}
-
-void RKProfileWindow::shortcutRecorderKeyComboDidChange(SRRecorderControl*, _KeyCombo) {}

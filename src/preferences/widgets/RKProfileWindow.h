@@ -21,7 +21,9 @@ class RKProfileWindow;
 // entered is written into it only when accepting passes the checks, except
 // for the static folder chosen with the button and the show-password check
 // box, which go into the profile at once (and stay after a cancel). The
-// delegate hears how the user left, after the sheet has closed.
+// delegate hears how the user left, after the sheet has closed. Its recorder
+// refuses nothing while recording (the delegate's default): duplicates are
+// checked on accepting.
 class RKProfileWindow : public QDialog, public SRRecorderControlDelegate
 {
     Q_OBJECT
@@ -48,11 +50,6 @@ public:
     // "ButtonColumn").
     int numberOfRowsInTableView() const { return PlaceholderRows; }
     QWidget* viewForTableColumn(const QString& identifier, int row);
-
-    // Nothing is refused while recording: duplicates are checked on accepting.
-    bool shortcutRecorderIsKeyCodeAndFlagsTaken(SRRecorderControl* recorder, qint64 keyCode, quint64 flags,
-                                                QString* reason) override;
-    void shortcutRecorderKeyComboDidChange(SRRecorderControl* recorder, _KeyCombo newKeyCombo) override;
 
 public slots:
     // Accept: checks the entry, writes it into the profile, closes and

@@ -96,10 +96,3 @@ void RKUnArchiveProfileWindow::btnStaticFolderOpenTouchUpInside()
     RKChooseStaticFolder(this, m_profile->saveStaticFolderPath, ui->txtSaveStaticFolderPath);
 }
 
-bool RKUnArchiveProfileWindow::shortcutRecorderIsKeyCodeAndFlagsTaken(SRRecorderControl*, qint64, quint64,
-                                                                      QString*)
-{
-    return false;
-}
-
-void RKUnArchiveProfileWindow::shortcutRecorderKeyComboDidChange(SRRecorderControl*, _KeyCombo) {}

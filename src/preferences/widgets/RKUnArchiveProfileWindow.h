@@ -18,7 +18,8 @@ class RKUnArchiveProfileWindow;
 // entered is written into it only when accepting passes the checks, except
 // for the static folder chosen with the button, which goes into the profile
 // at once (and stays after a cancel). The delegate hears how the user left,
-// after the sheet has closed.
+// after the sheet has closed. Its recorder refuses nothing while recording
+// (the delegate's default): duplicates are checked on accepting.
 class RKUnArchiveProfileWindow : public QDialog, public SRRecorderControlDelegate
 {
     Q_OBJECT
@@ -34,11 +35,6 @@ public:
     void setTargetProfile(std::shared_ptr<RKUnArchiveProfileSetting> profile);
     const std::shared_ptr<RKUnArchiveProfileSetting>& targetProfile() const { return m_profile; }
     const std::shared_ptr<RKUnArchiveProfileSetting>& getTargetProfile() const { return m_profile; }
-
-    // Nothing is refused while recording: duplicates are checked on accepting.
-    bool shortcutRecorderIsKeyCodeAndFlagsTaken(SRRecorderControl* recorder, qint64 keyCode, quint64 flags,
-                                                QString* reason) override;
-    void shortcutRecorderKeyComboDidChange(SRRecorderControl* recorder, _KeyCombo newKeyCombo) override;
 
 public slots:
     // Accept: checks the entry (against the other unarchive profiles),
