@@ -222,17 +222,27 @@ void RKPreferenceWindow::connectList(const std::array<QPushButton*, 4>& buttons,
         connect(buttons[command], &QPushButton::clicked, this,
                 [this, command] { runCommand<Side>(ListCommand(command)); });
     }
-    connect(segments, &RKSegmentedControl::segmentPressed, this, [this](int segment) {
-        if (segment >= int(ListCommand::Add) && segment <= int(ListCommand::MoveDown)) {
-            runCommand<Side>(ListCommand(segment));
-        }
-    });
-    connect(Side::table(*ui), &QTableWidget::cellDoubleClicked, this, [this] {
-        if (selectedRow(Side::table(*ui)) >= 0) {
-            editProfile<Side>(false);
-        }
-    });
+    connect(segments, &RKSegmentedControl::segmentPressed, this, [this](int segment) { runSegment<Side>(segment); });
+    connect(Side::table(*ui), &QTableWidget::cellDoubleClicked, this, [this] { editSelected<Side>(); });
 }
+
+template <typename Side>
+void RKPreferenceWindow::runSegment(int segment)
+{
+    // The segment after the commands does nothing.
+    if (segment >= int(ListCommand::Add) && segment <= int(ListCommand::MoveDown)) {
+        runCommand<Side>(ListCommand(segment));
+    }
+}
+
+template <typename Side>
+void RKPreferenceWindow::editSelected()
+{
+    if (selectedRow(Side::table(*ui)) >= 0) {
+        editProfile<Side>(false);
+    }
+}
+
 
 template <typename Side>
 void RKPreferenceWindow::runCommand(ListCommand command)
@@ -497,3 +507,22 @@ void RKPreferenceWindow::btnDefaultTouchUpInside()
     confirmation->setWindowModality(Qt::WindowModal);
     confirmation->open();
 }
+
+// ---- the list commands by name
+
+void RKPreferenceWindow::zipProfileAddButtonTouchUpInside() { runCommand<ArchiveSide>(ListCommand::Add); }
+void RKPreferenceWindow::zipProfileEditButtonTouchUpInside() { runCommand<ArchiveSide>(ListCommand::Edit); }
+void RKPreferenceWindow::zipProfileDeleteButtonTouchUpInside() { runCommand<ArchiveSide>(ListCommand::Delete); }
+void RKPreferenceWindow::zipProfileCopyButtonTouchUpInside() { runCommand<ArchiveSide>(ListCommand::Copy); }
+void RKPreferenceWindow::zipProfileMoveUpButtonTouchUpInside() { runCommand<ArchiveSide>(ListCommand::MoveUp); }
+void RKPreferenceWindow::zipProfileMoveDownButtonTouchUpInside() { runCommand<ArchiveSide>(ListCommand::MoveDown); }
+void RKPreferenceWindow::zipSegToolItemsPressed(int segment) { runSegment<ArchiveSide>(segment); }
+void RKPreferenceWindow::zipProfileTableViewDoubleTapped() { editSelected<ArchiveSide>(); }
+void RKPreferenceWindow::unZipProfileAddButtonTouchUpInside() { runCommand<UnArchiveSide>(ListCommand::Add); }
+void RKPreferenceWindow::unZipProfileEditButtonTouchUpInside() { runCommand<UnArchiveSide>(ListCommand::Edit); }
+void RKPreferenceWindow::unZipProfileDeleteButtonTouchUpInside() { runCommand<UnArchiveSide>(ListCommand::Delete); }
+void RKPreferenceWindow::unZipProfileCopyButtonTouchUpInside() { runCommand<UnArchiveSide>(ListCommand::Copy); }
+void RKPreferenceWindow::unZipProfileMoveUpButtonTouchUpInside() { runCommand<UnArchiveSide>(ListCommand::MoveUp); }
+void RKPreferenceWindow::unZipProfileMoveDownButtonTouchUpInside() { runCommand<UnArchiveSide>(ListCommand::MoveDown); }
+void RKPreferenceWindow::unZipToolItemsPressed(int segment) { runSegment<UnArchiveSide>(segment); }
+void RKPreferenceWindow::unZipProfileTableViewDoubleTapped() { editSelected<UnArchiveSide>(); }

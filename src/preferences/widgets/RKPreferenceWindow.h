@@ -80,6 +80,25 @@ public slots:
     // button): the closing checks first, unless Done closed it already.
     void reject() override;
 
+    // Each list command under its own name; the buttons, segments and double
+    // click of both lists run the same commands through one wiring.
+    void zipProfileAddButtonTouchUpInside();
+    void zipProfileEditButtonTouchUpInside();
+    void zipProfileDeleteButtonTouchUpInside();
+    void zipProfileCopyButtonTouchUpInside();
+    void zipProfileMoveUpButtonTouchUpInside();
+    void zipProfileMoveDownButtonTouchUpInside();
+    void zipSegToolItemsPressed(int segment);
+    void zipProfileTableViewDoubleTapped();
+    void unZipProfileAddButtonTouchUpInside();
+    void unZipProfileEditButtonTouchUpInside();
+    void unZipProfileDeleteButtonTouchUpInside();
+    void unZipProfileCopyButtonTouchUpInside();
+    void unZipProfileMoveUpButtonTouchUpInside();
+    void unZipProfileMoveDownButtonTouchUpInside();
+    void unZipToolItemsPressed(int segment);
+    void unZipProfileTableViewDoubleTapped();
+
 private:
     // The commands of a list, in the order of the segments under it.
     enum class ListCommand { Add, Delete, Edit, Copy, MoveUp, MoveDown };
@@ -90,6 +109,10 @@ private:
     void connectList(const std::array<QPushButton*, 4>& buttons, RKSegmentedControl* segments);
     template <typename Side>
     void runCommand(ListCommand command);
+    template <typename Side>
+    void runSegment(int segment);
+    template <typename Side>
+    void editSelected();
     template <typename Side>
     void editProfile(bool newProfile);
     template <typename Side>
