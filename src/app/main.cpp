@@ -2,11 +2,13 @@
 #include "app/widgets/RKAppDelegate.h"
 #include "app/widgets/RKAppPasswordPrompt.h"
 #include "app/widgets/RKLogoImageView.h"
+#include "app/widgets/RKSettingAlert.h"
 #include "app/widgets/RKTopWindow.h"
 #include "platform/RKAppInfo.h"
 #include "platform/RKLauncherEntry.h"
 #include "platform/RKPanelService.h"
 #include "settings/RKPasswordPrompt.h"
+#include "settings/RKSettingNotice.h"
 #include "ui/RKQtPanelService.h"
 #include "ui/RKTranslations.h"
 #include "unarchive/RKWorkingFolder.h"
@@ -93,10 +95,14 @@ int main(int argc, char** argv)
     RKPasswordPrompt::setCurrent(&passwordPrompt);
     RKLauncherEntry launcherEntry;
     RKTaskbarProgress::setCurrent(&launcherEntry);
+    // Installed before the delegate's first load of the settings.
+    RKSettingAlert settingAlert;
+    RKSettingNotice::setCurrent(&settingAlert);
 
     int exitCode = 0;
     {
         RKAppDelegate delegate;
+        settingAlert.setWindow(delegate.window());
         QApplication::setQuitOnLastWindowClosed(
             delegate.applicationShouldTerminateAfterLastWindowClosed());
         QObject::connect(&instance, &RKSingleInstance::openFilesRequested, &delegate,
@@ -123,6 +129,7 @@ int main(int argc, char** argv)
         exitCode = QApplication::exec();
     }
 
+    RKSettingNotice::setCurrent(nullptr);
     RKTaskbarProgress::setCurrent(nullptr);
     RKPasswordPrompt::setCurrent(nullptr);
     RKPanelService::setCurrent(nullptr);

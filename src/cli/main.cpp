@@ -1,4 +1,5 @@
 #include "cli/RKCommandLine.h"
+#include "cli/RKTerminalSettingNotice.h"
 #include "platform/RKAppInfo.h"
 
 #include <QCoreApplication>
@@ -47,6 +48,10 @@ int main(int argc, char** argv)
     if (japaneseMessages()) {
         installTranslation(app);
     }
-    return RKCommandLine::run(
+    RKTerminalSettingNotice settingNotice;
+    RKSettingNotice::setCurrent(&settingNotice);
+    const int status = RKCommandLine::run(
         RKCommandLine::parse(QCoreApplication::arguments().mid(1), QDir::currentPath()));
+    RKSettingNotice::setCurrent(nullptr);
+    return status;
 }

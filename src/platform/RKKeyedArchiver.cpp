@@ -73,6 +73,18 @@ void RKKeyedArchiver::encodeObjectArray(const QString& key, const QList<RKKeyedA
     append(key, form("array", array));
 }
 
+void RKKeyedArchiver::encodeRecordEntries(const RKKeyedRecord& record)
+{
+    m_entries.append(record.entries);
+}
+
+RKKeyedArchiver RKKeyedArchiver::fromRecord(const RKKeyedRecord& record)
+{
+    RKKeyedArchiver archiver(record.className);
+    archiver.m_entries = record.entries;
+    return archiver;
+}
+
 QJsonObject RKKeyedArchiver::toJson() const
 {
     QJsonArray keys;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/RKKeyedRecord.h"
+
 #include <QByteArray>
 #include <QJsonObject>
 #include <QList>
@@ -29,6 +31,11 @@ public:
     void encodeBool(const QString& key, bool value);
     void encodeStringArray(const QString& key, const QStringList& values);
     void encodeObjectArray(const QString& key, const QList<RKKeyedArchiver>& objects);
+    // Appends a kept record's entries after the ones encoded so far.
+    void encodeRecordEntries(const RKKeyedRecord& record);
+
+    // An object written back exactly as it was read.
+    static RKKeyedArchiver fromRecord(const RKKeyedRecord& record);
 
     QString className() const { return m_className; }
 

@@ -53,6 +53,7 @@ RKKeyedUnarchiver::RKKeyedUnarchiver(const QJsonObject& object, std::shared_ptr<
         }
         // The first value of a key wins, as a keyed decoder finds it.
         const QString key = pair.at(0).toString();
+        m_entries.append({key, pair.at(1).toObject()});
         if (!m_values.contains(key)) {
             m_values.insert(key, pair.at(1).toObject());
         }
@@ -74,8 +75,25 @@ bool RKKeyedUnarchiver::containsValueForKey(const QString& key) const
     return m_values.contains(key);
 }
 
+RKKeyedRecord RKKeyedUnarchiver::record() const
+{
+    return {m_className, m_entries};
+}
+
+RKKeyedRecord RKKeyedUnarchiver::undecodedEntries() const
+{
+    RKKeyedRecord rest{m_className, {}};
+    for (const auto& entry : m_entries) {
+        if (!m_decoded.contains(entry.first)) {
+            rest.entries.append(entry);
+        }
+    }
+    return rest;
+}
+
 QJsonObject RKKeyedUnarchiver::valueFor(const QString& key, const QString& form) const
 {
+    m_decoded.insert(key);
     const auto it = m_values.constFind(key);
     if (it == m_values.constEnd()) {
         return {};
@@ -89,6 +107,7 @@ QJsonObject RKKeyedUnarchiver::valueFor(const QString& key, const QString& form)
 
 QString RKKeyedUnarchiver::decodeObject(const QString& key) const
 {
+    m_decoded.insert(key);
     const auto it = m_values.constFind(key);
     if (it == m_values.constEnd() || it->contains(kNull)) {
         return QString();

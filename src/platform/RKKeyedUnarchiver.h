@@ -1,9 +1,12 @@
 #pragma once
 
+#include "platform/RKKeyedRecord.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QJsonObject>
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -33,6 +36,12 @@ public:
     QStringList decodeStringArray(const QString& key) const;
     QList<RKKeyedUnarchiver> decodeObjectArray(const QString& key) const;
 
+    // This object as it was read, to be written back unchanged.
+    RKKeyedRecord record() const;
+    // The entries of keys that no decode call asked for, in the order read:
+    // what a newer version wrote. Ask after decoding.
+    RKKeyedRecord undecodedEntries() const;
+
 private:
     RKKeyedUnarchiver(const QJsonObject& object, std::shared_ptr<bool> failure);
     QJsonObject valueFor(const QString& key, const QString& form) const;
@@ -40,5 +49,7 @@ private:
 
     QString m_className;
     QHash<QString, QJsonObject> m_values;
+    QList<QPair<QString, QJsonObject>> m_entries;
+    mutable QSet<QString> m_decoded;
     std::shared_ptr<bool> m_failure;
 };

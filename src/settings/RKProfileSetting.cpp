@@ -44,6 +44,7 @@ RKProfileSetting RKProfileSetting::copy() const
     record.profileShotcutCode = profileShotcutCode;
     record.profileShotcutFlags = profileShotcutFlags;
     record.passwordShow = passwordShow;
+    record.otherKeys = otherKeys;
     return record;
 }
 
@@ -64,6 +65,7 @@ void RKProfileSetting::encodeWithCoder(RKKeyedArchiver& coder) const
     coder.encodeUInt64(QStringLiteral("profileShotcutCode"), profileShotcutCode);
     coder.encodeInt64(QStringLiteral("profileShotcutFlags"), profileShotcutFlags);
     coder.encodeBool(QStringLiteral("passwordShow"), passwordShow);
+    coder.encodeRecordEntries(otherKeys);
 }
 
 RKProfileSetting RKProfileSetting::initWithCoder(const RKKeyedUnarchiver& coder)
@@ -84,6 +86,7 @@ RKProfileSetting RKProfileSetting::initWithCoder(const RKKeyedUnarchiver& coder)
     record.profileShotcutCode = coder.decodeUInt64(QStringLiteral("profileShotcutCode"));
     record.profileShotcutFlags = coder.decodeInt64(QStringLiteral("profileShotcutFlags"));
     record.passwordShow = coder.decodeBool(QStringLiteral("passwordShow"));
+    record.otherKeys = coder.undecodedEntries();
     RKProfileIdentifier::noteInUse(record.profileID);
     return record;
 }

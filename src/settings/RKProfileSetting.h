@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/RKKeyedRecord.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -43,6 +45,9 @@ struct RKProfileSetting
     QString saveStaticFolderPath;
     quint64 profileShotcutCode = 0;
     qint64 profileShotcutFlags = 0;
+    // Keys this program does not know (a newer version's), written back
+    // after the known ones as they were read.
+    RKKeyedRecord otherKeys;
 
     // init: null strings, zeros, false and empty lists.
     RKProfileSetting() = default;

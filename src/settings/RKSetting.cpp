@@ -3,12 +3,20 @@
 #include "platform/RKAppInfo.h"
 #include "platform/RKKeyedArchiver.h"
 #include "platform/RKKeyedUnarchiver.h"
+#include "settings/RKSettingNotice.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 
+#include <cerrno>
 #include <mutex>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -22,16 +30,71 @@ QSettings userDefaults()
                      RKAppInfo::applicationName());
 }
 
+const QString kArchiveProfilesClass = QStringLiteral("RKProfileSetting");
+const QString kUnArchiveProfilesClass = QStringLiteral("RKUnArchiveProfileSetting");
+const QString kSettingClass = QStringLiteral("RKSetting");
+
+// Takes the group's and others' bits off a file or folder that has them.
+void tighten(const QByteArray& path)
+{
+    struct stat status {};
+    if (::stat(path.constData(), &status) == 0 && (status.st_mode & 077) != 0) {
+        ::chmod(path.constData(), status.st_mode & 0700);
+    }
+}
+
+// The file holds profile passwords: only its owner may read it or enter its
+// folder. QSettings replaces the file through a temporary file and a rename
+// that copies the old file's mode, so a file made 0600 before its first save
+// keeps that mode through every later one; looser modes found are tightened.
+void keepPrivate(const QString& fileName)
+{
+    const QString folder = QFileInfo(fileName).absolutePath();
+    QDir().mkpath(QFileInfo(folder).absolutePath());
+    const QByteArray folderPath = QFile::encodeName(folder);
+    if (::mkdir(folderPath.constData(), 0700) != 0 && errno != EEXIST) {
+        return;
+    }
+    tighten(folderPath);
+    const QByteArray filePath = QFile::encodeName(fileName);
+    const int fd = ::open(filePath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd >= 0) {
+        ::close(fd);
+    }
+    tighten(filePath);
+}
+
+void tellFileSetAside(const QString& copyPath)
+{
+    if (RKSettingNotice* notice = RKSettingNotice::current()) {
+        notice->settingsFileSetAside(copyPath);
+    } else {
+        qWarning("Settings file could not be read; it was renamed to %s", qPrintable(copyPath));
+    }
+}
+
+void tellValueSetAside(const QString& settingsPath, const QString& key)
+{
+    if (RKSettingNotice* notice = RKSettingNotice::current()) {
+        notice->settingsValueSetAside(settingsPath, key);
+    } else {
+        qWarning("Settings could not be read; they were kept under %s in %s", qPrintable(key),
+                 qPrintable(settingsPath));
+    }
+}
+
 // A settings file that cannot be parsed would never be written again, so the
 // user's later changes would be lost without a word. It is set aside under a
 // name of its own (nothing the user had is deleted) and the store starts anew.
-void setAsideUnreadableFile()
+// Returns the copy's path; empty when the file was fine (or could not be
+// renamed).
+QString setAsideUnreadableFile()
 {
     QString fileName;
     {
         QSettings probe = userDefaults();
         if (probe.status() != QSettings::FormatError) {
-            return;
+            return QString();
         }
         fileName = probe.fileName();
     }
@@ -42,7 +105,61 @@ void setAsideUnreadableFile()
     }
     if (!QFile::rename(fileName, aside)) {
         qWarning("Settings file %s cannot be read or set aside", qPrintable(fileName));
+        return QString();
     }
+    return aside;
+}
+
+// The profiles of one list. One of a class this program does not know is
+// kept as read; one of the wrong known class is damage (false).
+template <typename Profile>
+bool decodeProfiles(const RKKeyedUnarchiver& root, const QString& key, const QString& className,
+                    QList<Profile>& profiles, QList<RKSetting::KeptProfile>& kept)
+{
+    for (const RKKeyedUnarchiver& coder : root.decodeObjectArray(key)) {
+        if (coder.className() == className) {
+            profiles.append(Profile::initWithCoder(coder));
+        } else if (coder.className() == kSettingClass || coder.className() == kArchiveProfilesClass
+                   || coder.className() == kUnArchiveProfilesClass) {
+            return false;
+        } else {
+            kept.append({profiles.isEmpty(), profiles.isEmpty() ? QString() : profiles.last().profileID,
+                         coder.record()});
+        }
+    }
+    return true;
+}
+
+template <typename Profile>
+QList<RKKeyedArchiver> encodeProfiles(const QList<Profile>& profiles,
+                                      const QList<RKSetting::KeptProfile>& kept,
+                                      const QString& className)
+{
+    QList<RKKeyedArchiver> archives;
+    QList<bool> placed(kept.size(), false);
+    const auto placeKept = [&](bool atStart, const QString& afterProfileID) {
+        for (qsizetype i = 0; i < kept.size(); ++i) {
+            if (!placed[i] && kept[i].atStart == atStart
+                && (atStart || kept[i].afterProfileID == afterProfileID)) {
+                archives.append(RKKeyedArchiver::fromRecord(kept[i].record));
+                placed[i] = true;
+            }
+        }
+    };
+    placeKept(true, QString());
+    for (const Profile& profile : profiles) {
+        RKKeyedArchiver coder(className);
+        profile.encodeWithCoder(coder);
+        archives.append(coder);
+        placeKept(false, profile.profileID);
+    }
+    // The profile they followed was deleted: they go last.
+    for (qsizetype i = 0; i < kept.size(); ++i) {
+        if (!placed[i]) {
+            archives.append(RKKeyedArchiver::fromRecord(kept[i].record));
+        }
+    }
+    return archives;
 }
 
 QStringList factoryArchiveExclusions()
@@ -131,58 +248,51 @@ QStringList RKSetting::backupKeys()
     return keys;
 }
 
+QString RKSetting::storeFileName()
+{
+    return userDefaults().fileName();
+}
+
 QByteArray RKSetting::archivedData() const
 {
-    QList<RKKeyedArchiver> archives;
-    for (const RKProfileSetting& profile : archiveProfiles) {
-        RKKeyedArchiver coder(QStringLiteral("RKProfileSetting"));
-        profile.encodeWithCoder(coder);
-        archives.append(coder);
-    }
-    QList<RKKeyedArchiver> unarchives;
-    for (const RKUnArchiveProfileSetting& profile : unArchiveProfiles) {
-        RKKeyedArchiver coder(QStringLiteral("RKUnArchiveProfileSetting"));
-        profile.encodeWithCoder(coder);
-        unarchives.append(coder);
-    }
-    RKKeyedArchiver root(QStringLiteral("RKSetting"));
-    root.encodeObjectArray(QStringLiteral("archiveProfiles"), archives);
+    RKKeyedArchiver root(kSettingClass);
+    root.encodeObjectArray(QStringLiteral("archiveProfiles"),
+                           encodeProfiles(archiveProfiles, keptArchiveProfiles, kArchiveProfilesClass));
     root.encodeObject(QStringLiteral("activeArchiveProfileID"), activeArchiveProfileID);
     root.encodeObject(QStringLiteral("finderDragArchiveProfileID"), finderDragArchiveProfileID);
-    root.encodeObjectArray(QStringLiteral("unArchiveProfiles"), unarchives);
+    root.encodeObjectArray(QStringLiteral("unArchiveProfiles"),
+                           encodeProfiles(unArchiveProfiles, keptUnArchiveProfiles, kUnArchiveProfilesClass));
     root.encodeObject(QStringLiteral("activeUnArchiveProfileID"), activeUnArchiveProfileID);
     root.encodeObject(QStringLiteral("finderDragUnArchiveProfileID"), finderDragUnArchiveProfileID);
     root.encodeUInt64(QStringLiteral("passwordShotcutCode"), passwordShotcutCode);
     root.encodeInt64(QStringLiteral("passwordShotcutFlags"), passwordShotcutFlags);
+    root.encodeRecordEntries(otherKeys);
     return root.archivedData();
 }
 
 std::optional<RKSetting> RKSetting::unarchive(const QByteArray& data)
 {
     const RKKeyedUnarchiver root = RKKeyedUnarchiver::unarchive(data);
-    if (root.failed() || root.className() != QStringLiteral("RKSetting")) {
+    if (root.failed() || root.className() != kSettingClass) {
         return std::nullopt;
     }
     RKSetting setting{NoDefaults{}};
-    for (const RKKeyedUnarchiver& coder : root.decodeObjectArray(QStringLiteral("archiveProfiles"))) {
-        if (coder.className() != QStringLiteral("RKProfileSetting")) {
-            return std::nullopt;
-        }
-        setting.archiveProfiles.append(RKProfileSetting::initWithCoder(coder));
+    if (!decodeProfiles(root, QStringLiteral("archiveProfiles"), kArchiveProfilesClass,
+                        setting.archiveProfiles, setting.keptArchiveProfiles)) {
+        return std::nullopt;
     }
     setting.activeArchiveProfileID = root.decodeObject(QStringLiteral("activeArchiveProfileID"));
     setting.finderDragArchiveProfileID = root.decodeObject(QStringLiteral("finderDragArchiveProfileID"));
-    for (const RKKeyedUnarchiver& coder : root.decodeObjectArray(QStringLiteral("unArchiveProfiles"))) {
-        if (coder.className() != QStringLiteral("RKUnArchiveProfileSetting")) {
-            return std::nullopt;
-        }
-        setting.unArchiveProfiles.append(RKUnArchiveProfileSetting::initWithCoder(coder));
+    if (!decodeProfiles(root, QStringLiteral("unArchiveProfiles"), kUnArchiveProfilesClass,
+                        setting.unArchiveProfiles, setting.keptUnArchiveProfiles)) {
+        return std::nullopt;
     }
     setting.activeUnArchiveProfileID = root.decodeObject(QStringLiteral("activeUnArchiveProfileID"));
     setting.finderDragUnArchiveProfileID =
         root.decodeObject(QStringLiteral("finderDragUnArchiveProfileID"));
     setting.passwordShotcutCode = root.decodeUInt64(QStringLiteral("passwordShotcutCode"));
     setting.passwordShotcutFlags = root.decodeInt64(QStringLiteral("passwordShotcutFlags"));
+    setting.otherKeys = root.undecodedEntries();
     if (root.failed()) {
         return std::nullopt;
     }
@@ -191,28 +301,40 @@ std::optional<RKSetting> RKSetting::unarchive(const QByteArray& data)
 
 RKSetting RKSetting::Setting()
 {
-    const std::lock_guard<std::mutex> lock(g_loadLock);
-    setAsideUnreadableFile();
-    QSettings defaults = userDefaults();
-    const QVariant stored = defaults.value(userDefaultsKey());
-    if (stored.isValid()) {
-        const QByteArray bytes = stored.toByteArray();
-        if (std::optional<RKSetting> setting = unarchive(bytes)) {
-            return *setting;
+    QString fileAside;
+    QString valueKeptUnder;
+    RKSetting setting = [&] {
+        const std::lock_guard<std::mutex> lock(g_loadLock);
+        fileAside = setAsideUnreadableFile();
+        keepPrivate(storeFileName());
+        QSettings defaults = userDefaults();
+        const QVariant stored = defaults.value(userDefaultsKey());
+        if (stored.isValid()) {
+            if (std::optional<RKSetting> decoded = unarchive(stored.toByteArray())) {
+                return *decoded;
+            }
+            // Keep what the user had before replacing it with the defaults. A
+            // suffix keeps two failures within one millisecond apart.
+            const QString stamp = kBackupPrefix
+                + QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMddHHmmsszzz"));
+            valueKeptUnder = stamp;
+            for (int suffix = 1; defaults.contains(valueKeptUnder); ++suffix) {
+                valueKeptUnder = stamp + QLatin1Char('_') + QString::number(suffix);
+            }
+            defaults.setValue(valueKeptUnder, stored);
+            defaults.sync();
         }
-        // Keep what the user had before replacing it with the defaults. A
-        // suffix keeps two failures within one millisecond apart.
-        const QString stamp =
-            kBackupPrefix + QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMddHHmmsszzz"));
-        QString backupKey = stamp;
-        for (int suffix = 1; defaults.contains(backupKey); ++suffix) {
-            backupKey = stamp + QLatin1Char('_') + QString::number(suffix);
-        }
-        defaults.setValue(backupKey, stored);
-        defaults.sync();
+        RKSetting factory;
+        factory.commit();
+        return factory;
+    }();
+    // Told outside the lock, so that the front end may load the settings.
+    if (!fileAside.isEmpty()) {
+        tellFileSetAside(fileAside);
     }
-    RKSetting setting;
-    setting.commit();
+    if (!valueKeptUnder.isEmpty()) {
+        tellValueSetAside(storeFileName(), valueKeptUnder);
+    }
     return setting;
 }
 
@@ -220,9 +342,11 @@ void RKSetting::commit() const
 {
     // QSettings writes through a lock file and an atomic rename, so two
     // processes committing at once leave one whole value, never a mixture.
+    keepPrivate(storeFileName());
     QSettings defaults = userDefaults();
     defaults.setValue(userDefaultsKey(), archivedData());
     defaults.sync();
+    tighten(QFile::encodeName(defaults.fileName()));
 }
 
 void RKSetting::RestoreDefault()

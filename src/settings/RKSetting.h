@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/RKKeyedRecord.h"
 #include "settings/RKProfileSetting.h"
 #include "settings/RKUnArchiveProfileSetting.h"
 
@@ -13,10 +14,23 @@
 // identifiers and the password key combination. Never shared: every reader
 // loads its own object with Setting() and writes the whole object back with
 // commit(). Stored through QSettings (user scope) as one value under
-// "RKCONSTANTS_USERDEFAULT_SETTING".
+// "RKCONSTANTS_USERDEFAULT_SETTING", in a file only its owner can read (it
+// holds profile passwords). What a newer version wrote and this one does not
+// know is kept and written back unchanged.
 class RKSetting
 {
 public:
+    // A profile of a class this program does not know (a newer version's).
+    // It is not shown; it is written back where it stood: after the known
+    // profile that preceded it, first when none did, last once that one is
+    // gone.
+    struct KeptProfile
+    {
+        bool atStart = false;
+        QString afterProfileID;
+        RKKeyedRecord record;
+    };
+
     QList<RKProfileSetting> archiveProfiles;
     QString activeArchiveProfileID;
     QString finderDragArchiveProfileID;
@@ -25,14 +39,19 @@ public:
     QString finderDragUnArchiveProfileID;
     quint64 passwordShotcutCode = 0;
     qint64 passwordShotcutFlags = 0;
+    QList<KeptProfile> keptArchiveProfiles;
+    QList<KeptProfile> keptUnArchiveProfiles;
+    // Keys of the settings object this program does not know.
+    RKKeyedRecord otherKeys;
 
     // init: a new object holding the factory defaults; nothing is stored.
     RKSetting();
 
     // A new object loaded from the store. When nothing is stored, or what is
     // stored does not decode, the factory defaults are made and stored at once
-    // (undecodable bytes are first kept under a backup key, see backupKeys()).
-    // Loads are serialised by one class-wide lock.
+    // (undecodable bytes are first kept under a backup key, see backupKeys();
+    // a file that does not parse is renamed), and RKSettingNotice is told
+    // where the copy is. Loads are serialised by one class-wide lock.
     static RKSetting Setting();
 
     // Stores the whole object, replacing what was there, and flushes to disk.
@@ -45,6 +64,8 @@ public:
     static QString userDefaultsKey();
     // Keys under which undecodable stored values were kept, oldest first.
     static QStringList backupKeys();
+    // The settings file.
+    static QString storeFileName();
 
     // Keyed form (root object "RKSetting").
     QByteArray archivedData() const;

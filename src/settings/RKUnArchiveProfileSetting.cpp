@@ -35,6 +35,7 @@ void RKUnArchiveProfileSetting::encodeWithCoder(RKKeyedArchiver& coder) const
     coder.encodeStringArray(QStringLiteral("exclusionFolders"), exclusionFolders);
     coder.encodeUInt64(QStringLiteral("profileShotcutCode"), profileShotcutCode);
     coder.encodeInt64(QStringLiteral("profileShotcutFlags"), profileShotcutFlags);
+    coder.encodeRecordEntries(otherKeys);
 }
 
 RKUnArchiveProfileSetting RKUnArchiveProfileSetting::initWithCoder(const RKKeyedUnarchiver& coder)
@@ -52,6 +53,7 @@ RKUnArchiveProfileSetting RKUnArchiveProfileSetting::initWithCoder(const RKKeyed
     record.exclusionFolders = coder.decodeStringArray(QStringLiteral("exclusionFolders"));
     record.profileShotcutCode = coder.decodeUInt64(QStringLiteral("profileShotcutCode"));
     record.profileShotcutFlags = coder.decodeInt64(QStringLiteral("profileShotcutFlags"));
+    record.otherKeys = coder.undecodedEntries();
     RKProfileIdentifier::noteInUse(record.profileID);
     return record;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/RKKeyedRecord.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -25,6 +27,9 @@ struct RKUnArchiveProfileSetting
     QStringList exclusionFolders;
     quint64 profileShotcutCode = 0;
     qint64 profileShotcutFlags = 0;
+    // Keys this program does not know (a newer version's), written back
+    // after the known ones as they were read.
+    RKKeyedRecord otherKeys;
 
     RKUnArchiveProfileSetting() = default;
 

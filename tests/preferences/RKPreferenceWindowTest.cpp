@@ -10,6 +10,7 @@
 
 #include <QAbstractButton>
 #include <QComboBox>
+#include <QJsonObject>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTableWidget>
@@ -236,6 +237,11 @@ TEST_F(RKPreferenceWindowTest, CopyOfMacToWin)
 // Edit (here by double click). Cancel stores nothing.
 TEST_F(RKPreferenceWindowTest, ArchiveEditorRegistersThroughTheWindow)
 {
+    // A key of a newer version survives the profile's editing.
+    RKSetting newer = RKSetting::Setting();
+    const RKKeyedRecord otherKeys{{}, {{"aesStrength", QJsonObject{{"i32", 256}}}}};
+    newer.archiveProfiles[1].otherKeys = otherKeys;
+    newer.commit();
     start();
     pressSegment(Side::Archive, 0);
     RKProfileWindow* editor = window->profileWindow();
@@ -265,6 +271,7 @@ TEST_F(RKPreferenceWindowTest, ArchiveEditorRegistersThroughTheWindow)
     ASSERT_EQ(stored.archiveProfiles.size(), 6);
     EXPECT_EQ(fields(stored.archiveProfiles[1]), fields(*editor->targetProfile()));
     EXPECT_EQ(shownNames(Side::Archive)[1], QStringLiteral("Mac To Mac 2"));
+    EXPECT_EQ(stored.archiveProfiles[1].otherKeys.entries, otherKeys.entries);
 
     emit table(Side::Archive)->cellDoubleClicked(1, 0);
     type(editor, "txtProfileName", QStringLiteral("gone"));

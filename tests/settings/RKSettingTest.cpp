@@ -1,6 +1,7 @@
 #include "settings/RKSetting.h"
 
 #include "platform/RKAppInfo.h"
+#include "settings/RKSettingNotice.h"
 #include "support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
@@ -8,10 +9,15 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSet>
 #include <QSettings>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -74,11 +80,31 @@ const QStringList kFactory{
     "1111 35/0",
 };
 
+// What the user was told: "file:COPY" or "value:KEY".
+struct RecordingNotice : RKSettingNotice {
+    void settingsFileSetAside(const QString& copyPath) override { told.append("file:" + copyPath); }
+    void settingsValueSetAside(const QString& settingsPath, const QString& key) override
+    {
+        EXPECT_EQ(settingsPath, userDefaults().fileName());
+        told.append("value:" + key);
+    }
+    QStringList told;
+};
+
 class RKSettingTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { userDefaults().clear(); }
-    void TearDown() override { userDefaults().clear(); }
+    void SetUp() override
+    {
+        userDefaults().clear();
+        RKSettingNotice::setCurrent(&notice);
+    }
+    void TearDown() override
+    {
+        RKSettingNotice::setCurrent(nullptr);
+        userDefaults().clear();
+    }
+    RecordingNotice notice;
 };
 
 TEST_F(RKSettingTest, FirstLoadStoresTheFactoryProfilesAndLaterLoadsAreIndependent)
@@ -134,6 +160,7 @@ TEST_F(RKSettingTest, UndecodableStoresGiveFactoryDefaultsAndKeepTheBadBytes)
         profile("[\"archiveLevel\",{\"i32\":4294967296}]"),
         profile("[\"passwordShow\",{\"string\":\"true\"}]"),
         profile("[\"exclusionFiles\",{\"array\":[{\"i32\":3}]}]"),
+        RKSetting().archivedData().chopped(700), // truncated
     };
     for (const QByteArray& bytes : bad) {
         store(bytes);
@@ -141,10 +168,14 @@ TEST_F(RKSettingTest, UndecodableStoresGiveFactoryDefaultsAndKeepTheBadBytes)
         EXPECT_EQ(RKSetting::unarchive(stored()).has_value(), true);
     }
     QList<QByteArray> kept;
+    QStringList told;
     for (const QString& key : RKSetting::backupKeys()) {
         kept.append(userDefaults().value(key).toByteArray());
+        told.append("value:" + key);
     }
     EXPECT_EQ(kept, bad);
+    // Once for every copy, naming it.
+    EXPECT_EQ(notice.told, told);
 
     // A root without keys is no damage: decoding applies no defaults.
     store(archive("{\"$class\":\"RKSetting\",\"$keys\":[]}"));
@@ -156,23 +187,128 @@ TEST_F(RKSettingTest, UndecodableStoresGiveFactoryDefaultsAndKeepTheBadBytes)
 }
 
 // A settings file that cannot be parsed at all would refuse every later
-// commit; it is set aside whole and the store works again.
-TEST_F(RKSettingTest, UnparsableSettingsFileIsSetAsideAndTheStoreWorksAgain)
+// commit; it is set aside whole and the store works again. A truncated file
+// still parses: its value is kept under a backup key. Either way the user is
+// told once where the copy is.
+TEST_F(RKSettingTest, DamagedSettingsFileIsSetAsideTheUserToldOnceAndTheStoreWorksAgain)
 {
     const QString fileName = userDefaults().fileName();
+    RKSetting().commit();
+    const QByteArray whole = TestEnvironment::readFile(fileName);
     // An unterminated section header is beyond the INI reader.
     const QByteArray garbage = "[General\nRKCONSTANTS_USERDEFAULT_SETTING=@ByteArray(\xff\xfe)\n";
-    ASSERT_TRUE(TestEnvironment::writeFile(fileName, garbage));
+    for (const QByteArray& damaged : {garbage, whole.left(whole.size() / 2)}) {
+        userDefaults().clear();
+        notice.told.clear();
+        ASSERT_TRUE(TestEnvironment::writeFile(fileName, damaged));
+
+        RKSetting setting = RKSetting::Setting();
+        EXPECT_EQ(describe(setting), kFactory);
+        setting.archiveProfiles[0].profileName = QStringLiteral("changed");
+        setting.commit();
+        EXPECT_EQ(RKSetting::Setting().archiveProfiles[0].profileName, QStringLiteral("changed"));
+
+        const QDir folder = QFileInfo(fileName).dir();
+        const QStringList aside = folder.entryList({QFileInfo(fileName).fileName() + ".unreadable-*"});
+        if (damaged == garbage) {
+            ASSERT_EQ(aside.size(), 1);
+            EXPECT_EQ(TestEnvironment::readFile(folder.filePath(aside.first())), garbage);
+            EXPECT_EQ(notice.told, QStringList{"file:" + folder.filePath(aside.first())});
+            QFile::remove(folder.filePath(aside.first()));
+        } else {
+            EXPECT_TRUE(aside.isEmpty());
+            ASSERT_EQ(RKSetting::backupKeys().size(), 1);
+            EXPECT_EQ(notice.told, QStringList{"value:" + RKSetting::backupKeys().first()});
+        }
+    }
+}
+
+// The file holds passwords: 0600 in a 0700 folder from the first start, a
+// looser mode is tightened at the next load, and every save keeps it.
+TEST_F(RKSettingTest, FileAndFolderAreTheOwnersOnly)
+{
+    const QString fileName = userDefaults().fileName();
+    const QString folder = QFileInfo(fileName).absolutePath();
+    const auto modes = [&] {
+        struct stat file {}, dir {};
+        ::stat(QFile::encodeName(fileName).constData(), &file);
+        ::stat(QFile::encodeName(folder).constData(), &dir);
+        return QStringLiteral("%1 %2").arg(file.st_mode & 07777, 0, 8).arg(dir.st_mode & 07777, 0, 8).toStdString();
+    };
+    ASSERT_TRUE(QDir(folder).removeRecursively());
+    RKSetting::Setting();
+    EXPECT_EQ(modes(), "600 700") << "first start";
+    ::chmod(QFile::encodeName(fileName).constData(), 0644);
+    ::chmod(QFile::encodeName(folder).constData(), 0755);
+    RKSetting setting = RKSetting::Setting();
+    EXPECT_EQ(modes(), "600 700") << "tightened";
+    setting.commit();
+    RKSetting::RestoreDefault();
+    EXPECT_EQ(modes(), "600 700") << "after saving";
+}
+
+// What a newer version wrote and this one does not know: a profile of
+// another class in either list, keys of the settings and of a profile (also
+// in forms this version does not read). Nothing is shown of it, nobody is
+// told, and it is written back unchanged, also after the known profiles
+// around it were changed, deleted or added to.
+TEST_F(RKSettingTest, NewerVersionsProfilesAndKeysAreKeptAndWrittenBack)
+{
+    const auto object = [](const QByteArray& json) { return QJsonDocument::fromJson(json).object(); };
+    const QJsonObject foreignA = object(R"({"object":{"$class":"RKCloudProfileSetting","$keys":[["profileID",{"string":"7l"}],["bucket",{"string":"s3://x"}]]}})");
+    const QJsonObject foreignU = object(R"({"object":{"$class":"RKSevenZipProfileSetting","$keys":[["ratio",{"f64":0.5}]]}})");
+    const QJsonArray settingKey = QJsonArray{"theme", object(R"({"string":"dark"})")};
+    const QJsonArray profileKey = QJsonArray{"aesStrength", object(R"({"i32":256})")};
+
+    QJsonObject document = QJsonDocument::fromJson(RKSetting().archivedData()).object();
+    QJsonObject top = document["$top"].toObject();
+    QJsonArray keys = top["$keys"].toArray();
+    QJsonArray archives = keys[0].toArray()[1].toObject()["array"].toArray();
+    QJsonObject second = archives[1].toObject()["object"].toObject();
+    QJsonArray secondKeys = second["$keys"].toArray();
+    secondKeys.append(profileKey);
+    second["$keys"] = secondKeys;
+    archives[1] = QJsonObject{{"object", second}};
+    archives.insert(2, foreignA);
+    keys[0] = QJsonArray{"archiveProfiles", QJsonObject{{"array", archives}}};
+    QJsonArray unarchives = keys[3].toArray()[1].toObject()["array"].toArray();
+    unarchives.insert(0, foreignU);
+    keys[3] = QJsonArray{"unArchiveProfiles", QJsonObject{{"array", unarchives}}};
+    keys.append(settingKey);
+    top["$keys"] = keys;
+    document["$top"] = top;
+    const QByteArray newer = QJsonDocument(document).toJson(QJsonDocument::Compact);
+    store(newer);
 
     RKSetting setting = RKSetting::Setting();
     EXPECT_EQ(describe(setting), kFactory);
-    setting.archiveProfiles[0].profileName = QStringLiteral("changed");
+    EXPECT_TRUE(RKSetting::backupKeys().isEmpty());
+    EXPECT_TRUE(notice.told.isEmpty());
     setting.commit();
-    EXPECT_EQ(RKSetting::Setting().archiveProfiles[0].profileName, QStringLiteral("changed"));
+    EXPECT_EQ(stored(), newer) << "written back as it was";
 
-    const QStringList aside = QFileInfo(fileName).dir().entryList({QFileInfo(fileName).fileName() + ".unreadable-*"});
-    ASSERT_EQ(aside.size(), 1);
-    EXPECT_EQ(TestEnvironment::readFile(QFileInfo(fileName).dir().filePath(aside.first())), garbage);
+    // The foreign profile followed the second one; that one is deleted (it
+    // goes last), the first renamed, one added.
+    setting.archiveProfiles[0].profileName = QStringLiteral("renamed");
+    setting.archiveProfiles.removeAt(1);
+    setting.archiveProfiles.append(RKProfileSetting::DefaultSetting());
+    setting.commit();
+    const QJsonArray after = QJsonDocument::fromJson(stored())["$top"]["$keys"].toArray();
+    const QJsonArray archivesAfter = after[0][1]["array"].toArray();
+    ASSERT_EQ(archivesAfter.size(), 6);
+    EXPECT_EQ(archivesAfter[5], foreignA);
+    EXPECT_EQ(after[3][1]["array"][0], foreignU);
+    EXPECT_EQ(after.last(), settingKey);
+    EXPECT_EQ(RKSetting::Setting().archiveProfiles[0].profileName, QStringLiteral("renamed"));
+
+    // The profile with the unknown key keeps it through a change of its own.
+    store(newer);
+    setting = RKSetting::Setting();
+    setting.archiveProfiles[1].archiveLevel = 9;
+    setting.commit();
+    const QJsonArray edited = QJsonDocument::fromJson(stored())["$top"]["$keys"][0][1]["array"][1]["object"]["$keys"].toArray();
+    EXPECT_EQ(edited.last(), profileKey);
+    EXPECT_EQ(RKSetting::Setting().archiveProfiles[1].archiveLevel, 9);
 }
 
 // Runs only inside a child process of the test below: loads, changes and
