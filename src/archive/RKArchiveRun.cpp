@@ -44,8 +44,9 @@ RKArchiveRun::~RKArchiveRun()
 
 QString RKArchiveRun::usedPassword() const
 {
-    // The writer takes an empty password as none.
-    return m_usedPassword.isEmpty() ? QString() : m_usedPassword;
+    // Empty when one was asked for and none given: the writer took it as
+    // none, and the result says the archive is not encrypted.
+    return m_usedPassword;
 }
 
 QList<RQError> RKArchiveRun::errors() const

@@ -22,7 +22,9 @@ public:
     virtual void runArchive(QObject* centreOver, const QStringList& filePaths,
                             const RKProfileSetting& profile, const QString& url) = 0;
 
-    // The password given to the writer for the last archive; null when none.
+    // The password worked out for the last archive: null when the profile
+    // asks for none; empty when one was asked for and none was given (the
+    // archive is then not encrypted).
     virtual QString usedPassword() const = 0;
     // The errors of the last archive, in the order reported.
     virtual QList<RQError> errors() const = 0;

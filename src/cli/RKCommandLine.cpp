@@ -324,6 +324,11 @@ int RKCommandLine::runJob(const Options& options)
         if (!password) {
             return usageError(tr("--password-stdin: standard input ended before a line"));
         }
+        // An empty password would make an archive without encryption, as
+        // if none had been asked for.
+        if (password->isEmpty()) {
+            return usageError(tr("--password-stdin: the password is empty"));
+        }
     }
 
     // Working folders of killed runs go before this run makes its own.

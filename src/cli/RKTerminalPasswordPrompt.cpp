@@ -13,6 +13,11 @@ RKTerminalPasswordPrompt::RKTerminalPasswordPrompt(RKCommandLineHost& host,
 {
 }
 
+QString RKTerminalPasswordPrompt::emptyPasswordMessage()
+{
+    return tr("The password must not be empty; type one (Ctrl-C stops).\n");
+}
+
 QString RKTerminalPasswordPrompt::showPasswordDialog(QObject*, const RKProfileSetting&)
 {
     if (m_given) {
@@ -30,6 +35,10 @@ QString RKTerminalPasswordPrompt::showPasswordDialog(QObject*, const RKProfileSe
     for (;;) {
         const std::optional<QString> first =
             RKTerminal::ask(tr("Password for %1: ").arg(archive), false);
+        if (first && first->isEmpty()) {
+            RKTerminal::writeError(emptyPasswordMessage());
+            continue;
+        }
         const std::optional<QString> second =
             first ? RKTerminal::ask(tr("Password again: "), false) : std::nullopt;
         if (!first || !second) {
@@ -58,11 +67,16 @@ QString RKTerminalPasswordPrompt::askUnArchivePassword(QObject*)
         m_host.stop(RKCommandLineHost::Stop::Refused);
         return QString(QLatin1String(""));
     }
-    const std::optional<QString> typed =
-        RKTerminal::ask(tr("Password for %1: ").arg(archive), false);
-    if (!typed) {
-        m_host.stop(RKCommandLineHost::Stop::Interrupted);
-        return QString(QLatin1String(""));
+    for (;;) {
+        const std::optional<QString> typed =
+            RKTerminal::ask(tr("Password for %1: ").arg(archive), false);
+        if (!typed) {
+            m_host.stop(RKCommandLineHost::Stop::Interrupted);
+            return QString(QLatin1String(""));
+        }
+        if (!typed->isEmpty()) {
+            return *typed;
+        }
+        RKTerminal::writeError(emptyPasswordMessage());
     }
-    return *typed;
 }

@@ -12,7 +12,8 @@ class RKCommandLineHost;
 // input answers every question; otherwise the password is typed on the
 // terminal without echo. With neither, the question is refused and the job
 // stopped, so that no archive is written without the password it was meant
-// to have. Main thread.
+// to have. An empty password is never taken: the terminal asks again.
+// Main thread.
 class RKTerminalPasswordPrompt : public RKPasswordPrompt
 {
     Q_DECLARE_TR_FUNCTIONS(RKTerminalPasswordPrompt)
@@ -26,6 +27,8 @@ public:
     QString askUnArchivePassword(QObject* runnerWindow) override;
 
 private:
+    static QString emptyPasswordMessage();
+
     RKCommandLineHost& m_host;
     std::optional<QString> m_given;
     bool m_interactive;

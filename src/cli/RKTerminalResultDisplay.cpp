@@ -25,7 +25,10 @@ QString RKTerminalResultDisplay::format(const QList<RKProcessResultInfo>& result
         text += result.title + QLatin1Char('\n');
         text += QStringLiteral("  ") + tr("destination: %1").arg(result.destPath.stringValue)
             + QLatin1Char('\n');
-        if (!result.password.stringValue.isNull()) {
+        if (result.password.leftEmpty()) {
+            text += QStringLiteral("  ") + tr("password: none (it was empty), not encrypted")
+                + QLatin1Char('\n');
+        } else if (!result.password.stringValue.isNull()) {
             // Masked with a fixed length: the mask says nothing of the password.
             text += QStringLiteral("  ")
                 + tr("password: %1")

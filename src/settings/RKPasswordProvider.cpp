@@ -28,7 +28,9 @@ QString RKPasswordProvider::showPasswordDialog(QObject* window, const RKProfileS
     if (!prompt) {
         return QStringLiteral("");
     }
-    return prompt->showPasswordDialog(window, profile);
+    // Asked and left empty is not the same as not asked: the result says so.
+    const QString typed = prompt->showPasswordDialog(window, profile);
+    return typed.isNull() ? QStringLiteral("") : typed;
 }
 
 QString RKPasswordProvider::makeStaticPassword(const RKProfileSetting& profile)

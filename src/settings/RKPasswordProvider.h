@@ -17,8 +17,8 @@ public:
     // passMode 2: makeStaticPassword(profile).
     static QString Password(QObject* window, const RKProfileSetting& profile);
 
-    // The manual password window (RKPasswordPrompt::current()); "" when no
-    // prompt is installed.
+    // The manual password window (RKPasswordPrompt::current()); "", never
+    // null, when nothing was typed or no prompt is installed.
     static QString showPasswordDialog(QObject* window, const RKProfileSetting& profile);
 
     // The profile's password with {YYYY}, {YY}, {MM}, {DD} (today in the

@@ -146,7 +146,7 @@ TEST_F(Runner, JobAsksEveryPasswordOverTheRunnerAndACancelEndsOnlyItsArchive)
     ObservingPrompt prompt;
     prompt.runner = &runner;
     prompt.notifier = &services.notifier;
-    prompt.archiveAnswers = {"p1", "p2", "p3"};
+    prompt.archiveAnswers = {"p1", "p2", ""}; // the third left empty: made, not encrypted
     RKPasswordPrompt::setCurrent(&prompt); // put back by the fixture's services
     services.host.archiveRunner = &runner;
     services.host.reserve = true;
@@ -182,16 +182,18 @@ TEST_F(Runner, JobAsksEveryPasswordOverTheRunnerAndACancelEndsOnlyItsArchive)
     const QList<QPair<QString, QStringList>> made = {
         {"one", {"one.txt"}}, {"two", {"two/"}}, {"three", {"three.txt"}}};
     for (int i = 0; i < 3; ++i) {
-        const QString password = QStringLiteral("p%1").arg(i + 1);
+        const QString password = i < 2 ? QStringLiteral("p%1").arg(i + 1) : QStringLiteral("");
         const QString archive = dir.filePath("out/" + made[i].first + ".zip");
         EXPECT_EQ(results[i].title, made[i].first + ".zip");
         EXPECT_EQ(results[i].password.stringValue, password);
+        EXPECT_EQ(results[i].password.leftEmpty(), i == 2);
         EXPECT_TRUE(results[i].password.showPassword);
         EXPECT_EQ(zipEntries(archive, password), made[i].second);
-        if (i != 1) {
+        if (i == 0) {
             EXPECT_TRUE(zipEntries(archive).constFirst().startsWith("unreadable")) << i << " not encrypted";
         }
     }
+    EXPECT_EQ(zipEntries(dir.filePath("out/three.zip")), made[2].second) << "readable without a password";
     QStringList notified;
     for (const auto& note : services.notifier.delivered()) {
         notified.append(note.subtitle);

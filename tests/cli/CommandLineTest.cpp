@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -27,7 +29,8 @@ class CommandLine : public ::testing::Test
 protected:
     QString path(const QString& relative) const { return dir.filePath(relative); }
 
-    QProcess* start(const QStringList& arguments, const QByteArray& lang = "C.UTF-8")
+    QProcess* start(const QStringList& arguments, const QByteArray& lang = "C.UTF-8",
+                    const QString& program = MOKUZA_CLI)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES"}) {
@@ -39,7 +42,7 @@ protected:
         QDir().mkpath(path("tmp"));
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(dir.path());
-        process.start(MOKUZA_CLI, arguments);
+        process.start(program, arguments);
         return &process;
     }
 
@@ -92,6 +95,8 @@ struct UsageCase {
     bool onOutput; // the text is on standard output, else on standard error
     const char* text;
     QByteArray lang = "C.UTF-8";
+    QByteArray input = {};
+    QByteArray settingsFile = {}; // written over a first run's settings file
 };
 
 class Usage : public CommandLine, public ::testing::WithParamInterface<UsageCase> {};
@@ -100,11 +105,21 @@ TEST_P(Usage, ExitStatusAndMessage)
 {
     const UsageCase& c = GetParam();
     makeFiles({"src/a.txt", "one.zip"});
-    const Outcome run = mokuza(c.arguments, {}, c.lang);
+    if (!c.settingsFile.isEmpty()) {
+        ASSERT_EQ(mokuza({"profiles"}).exit, 0);
+        const QString file = path("config/MOKUZA/MOKUZA-FULL.conf");
+        ASSERT_TRUE(TestEnvironment::writeFile(file, c.settingsFile == "half" ? TestEnvironment::readFile(file).left(2000)
+                                                                              : c.settingsFile));
+    }
+    const Outcome run = mokuza(c.arguments, c.input, c.lang);
     EXPECT_EQ(run.exit, c.exit) << run.err.toStdString();
     EXPECT_TRUE((c.onOutput ? run.out : run.err).contains(QString::fromUtf8(c.text)))
         << run.out.toStdString() << run.err.toStdString();
     EXPECT_FALSE(QFileInfo::exists(path("out"))) << "nothing is made";
+    if (!c.settingsFile.isEmpty()) {
+        EXPECT_EQ(run.err.count('\n'), 1) << "told once";
+        EXPECT_EQ(mokuza({"profiles"}).err, QString()) << "and not again";
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -131,7 +146,17 @@ INSTANTIATE_TEST_SUITE_P(
         UsageCase{"TypedPasswordWithoutTerminal", {"compress", "--profile", "4", "--dest", "out", "src"}, 2, false,
                   "give it with --password-stdin"},
         UsageCase{"PasswordInputEmpty", {"compress", "--password-stdin", "--dest", "out", "src"}, 2, false,
-                  "standard input ended before a line"}),
+                  "standard input ended before a line"},
+        UsageCase{"PasswordInputEmptyLine", {"compress", "--password-stdin", "--dest", "out", "src"}, 2, false,
+                  "--password-stdin: the password is empty", "C.UTF-8", "\n"},
+        // The user is told once where the copy went; the run goes on with the
+        // factory settings.
+        UsageCase{"TruncatedSettingsFile", {"profiles"}, 0, false,
+                  "mokuza: the stored settings could not be read; they were kept under "
+                  "RKCONSTANTS_USERDEFAULT_SETTING_UNREADABLE_", "C.UTF-8", {}, "half"},
+        UsageCase{"UnparsableSettingsFile", {"profiles"}, 0, false,
+                  "mokuza: 設定ファイルを読み込めなかったため、初期設定を使います。元のファイルは次の名前で残しました: ",
+                  "ja_JP.UTF-8", {}, "[General\n"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---------------------------------------------------------------------------
@@ -229,7 +254,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         PasswordCase{"Right", "right\n", 0, "  status: done\n", true},
         PasswordCase{"Wrong", "wrong\n", 1, "  status: done with errors\n  errors (", false},
-        PasswordCase{"NoTerminalNoInput", nullptr, 2, "enc.zip is encrypted", false}),
+        PasswordCase{"NoTerminalNoInput", nullptr, 2, "enc.zip is encrypted", false},
+        PasswordCase{"EmptyLine", "\n", 2, "--password-stdin: the password is empty", false}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // The password from standard input encrypts the archive; the result masks it
@@ -250,6 +276,57 @@ TEST_F(CommandLine, CompressWithPasswordFromInput)
         EXPECT_EQ(TestEnvironment::run("unzip", {"-P", "s3cret", "-t", archive + "/a.zip"}, dir.path()).exitCode, 0);
         EXPECT_NE(TestEnvironment::run("unzip", {"-P", "other", "-t", archive + "/a.zip"}, dir.path()).exitCode, 0);
     }
+}
+
+// At the terminal an empty password is not taken: the question comes again
+// (mokuza run on a pseudo-terminal, answering each prompt once echo is off).
+TEST_F(CommandLine, EmptyPasswordAtTheTerminalIsAskedAgain)
+{
+    static const char* const kDriver = R"(
+import json, os, pty, select, signal, sys, termios, time
+argv, answers = json.loads(sys.argv[1]), json.loads(sys.argv[2])
+pid, fd = pty.fork()
+if pid == 0:
+    os.execv(argv[0], argv)
+out, asked, deadline = b'', 0, time.monotonic() + 60
+while time.monotonic() < deadline or os.kill(pid, signal.SIGKILL):
+    ready, _, _ = select.select([fd], [], [], 0.05)
+    if ready:
+        try:
+            chunk = os.read(fd, 4096)
+        except OSError:
+            chunk = b''
+        if not chunk:
+            break
+        out += chunk
+    if asked < len(answers) and out.count(b'Password') > asked             and not termios.tcgetattr(fd)[3] & termios.ECHO:
+        os.write(fd, answers[asked].encode() + b'\n')
+        asked += 1
+sys.stdout.buffer.write(out)
+sys.exit(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]))
+)";
+    makeFiles({"a.txt", "secret/a.txt"});
+    ASSERT_EQ(TestEnvironment::run("zip", {"-qr", "-P", "right", "enc.zip", "secret"}, dir.path()).exitCode, 0);
+    const struct {
+        QStringList arguments;
+        const char* answers;
+        QStringList made;
+    } rows[] = {
+        {{"compress", "--profile", "4", "--dest", "out", "a.txt"}, R"(["", "pw", "pw"])", {"a.zip"}},
+        {{"extract", "--profile", "Mac To Mac", "--dest", "out", "enc.zip"}, R"(["", "right"])",
+         {"a.zip", "enc/", "enc/secret/", "enc/secret/a.txt"}},
+    };
+    for (const auto& row : rows) {
+        const QString argv = QJsonDocument(QJsonArray::fromStringList(QStringList{MOKUZA_CLI} + row.arguments))
+                                 .toJson(QJsonDocument::Compact);
+        start({"-c", kDriver, argv, row.answers}, "C.UTF-8", "python3");
+        const Outcome run = finish();
+        EXPECT_EQ(run.exit, 0) << run.out.toStdString() << run.err.toStdString();
+        EXPECT_EQ(run.out.count("The password must not be empty; type one"), 1) << run.out.toStdString();
+        EXPECT_EQ(TestEnvironment::listTree(path("out")).join(' ').toStdString(), row.made.join(' ').toStdString());
+    }
+    EXPECT_EQ(TestEnvironment::run("unzip", {"-P", "pw", "-t", "out/a.zip"}, dir.path()).exitCode, 0);
+    EXPECT_NE(TestEnvironment::run("unzip", {"-P", "", "-t", "out/a.zip"}, dir.path()).exitCode, 0);
 }
 
 // The factory profiles ask when a name is taken: without a terminal the

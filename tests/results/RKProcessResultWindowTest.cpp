@@ -85,8 +85,9 @@ TEST_F(RKProcessResultWindowTest, TwoArchivesTheSecondWithOneError)
 }
 
 // The password row stands between the destination and the errors (a filled
-// checksum after it), also for an empty password; masked, it shows one "*"
-// per UTF-16 unit, and its copy button copies the password in clear.
+// checksum after it); masked, it shows one "*" per UTF-16 unit, and its copy
+// button copies the password in clear. A password asked for and left empty
+// gives an archive without encryption, and the row says so in words.
 TEST_F(RKProcessResultWindowTest, PasswordRowsMaskedOrClear)
 {
     RKProcessResultInfo withCrc = result("c.zip", QStringLiteral("\U0001F511"), false);
@@ -96,7 +97,8 @@ TEST_F(RKProcessResultWindowTest, PasswordRowsMaskedOrClear)
         "b.zip = 処理が完了しました。", "  保存先 = /out/b.zip [copy]", "  パスワード = pw [copy]", "  エラー(0) = ",
         "c.zip = 処理が完了しました。", "  保存先 = /out/c.zip [copy]", "  パスワード = ** [copy]",
         "  CRC = 1A2B3C [copy]", "  エラー(0) = ",
-        "d.zip = 処理が完了しました。", "  保存先 = /out/d.zip [copy]", "  パスワード =  [copy]", "  エラー(0) = ",
+        "d.zip = 処理が完了しました。", "  保存先 = /out/d.zip [copy]",
+        "  パスワード = なし（パスワードが空のため、暗号化されていません）", "  エラー(0) = ",
     };
     EXPECT_EQ(display({result("a.zip", QStringLiteral("pa55word"), false),
                        result("b.zip", QStringLiteral("pw"), true), withCrc, result("d.zip", QStringLiteral(""), false)}),

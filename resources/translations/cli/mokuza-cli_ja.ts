@@ -199,6 +199,10 @@ Ctrl-C で中止します。処理中の項目を終えたところで止まり�
 mokuza(1) も見てください。
 </translation>
     </message>
+    <message>
+        <source>--password-stdin: the password is empty</source>
+        <translation>--password-stdin: パスワードが空です</translation>
+    </message>
 </context>
 <context>
     <name>RKTerminalArchiveRunner</name>
@@ -274,6 +278,12 @@ mokuza: 答えられる端末がありません。保存先は --dest DIR、同�
         <translation>mokuza: %1 は暗号化されていますが、パスワードを入力できる端末がありません。--password-stdin で渡してください
 </translation>
     </message>
+    <message>
+        <source>The password must not be empty; type one (Ctrl-C stops).
+</source>
+        <translation>パスワードが空です。入力してください（Ctrl-C で中止）。
+</translation>
+    </message>
 </context>
 <context>
     <name>RKTerminalProgress</name>
@@ -319,6 +329,25 @@ mokuza: 答えられる端末がありません。保存先は --dest DIR、同�
     <message>
         <source>errors (%1):</source>
         <translation>エラー（%1 件）:</translation>
+    </message>
+    <message>
+        <source>password: none (it was empty), not encrypted</source>
+        <translation>パスワード: なし（空だったため、暗号化されていません）</translation>
+    </message>
+</context>
+<context>
+    <name>RKTerminalSettingNotice</name>
+    <message>
+        <source>mokuza: the settings file could not be read; it was kept as %1 and the factory settings are used
+</source>
+        <translation>mokuza: 設定ファイルを読み込めなかったため、初期設定を使います。元のファイルは次の名前で残しました: %1
+</translation>
+    </message>
+    <message>
+        <source>mokuza: the stored settings could not be read; they were kept under %1 in %2 and the factory settings are used
+</source>
+        <translation>mokuza: 保存されていた設定を読み込めなかったため、初期設定を使います。元の設定は %2 のキー %1 に残しました
+</translation>
     </message>
 </context>
 <context>

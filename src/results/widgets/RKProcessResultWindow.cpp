@@ -77,7 +77,11 @@ void RKProcessResultWindow::reloadData()
             false, false);
         addRow(top, RowKind::DestPath, QStringLiteral("保存先"), info.destPath.stringValue, true,
                false);
-        if (!info.password.stringValue.isNull()) {
+        if (info.password.leftEmpty()) {
+            addRow(top, RowKind::Password, QStringLiteral("パスワード"),
+                   QString::fromUtf16(u"なし（パスワードが空のため、暗号化されていません）"), false,
+                   false);
+        } else if (!info.password.stringValue.isNull()) {
             addRow(top, RowKind::Password, QStringLiteral("パスワード"),
                    info.password.stringValue, true, !info.password.showPassword);
         }
