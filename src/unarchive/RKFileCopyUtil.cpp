@@ -3,6 +3,7 @@
 #include "platform/RKAppInfo.h"
 #include "platform/RKPanelService.h"
 #include "settings/RKFilterProvider.h"
+#include "zip/ZipNumberedName.h"
 
 #include <QDir>
 #include <QFile>
@@ -152,6 +153,8 @@ bool moveFile(const QString& from, const QString& to)
         if (length >= 0 && length < linkTarget.size()) {
             linkTarget.truncate(length);
             copied = ::symlink(linkTarget.constData(), target.constData()) == 0;
+            const struct timespec times[2] = {st.st_atim, st.st_mtim};
+            copied = copied && ::utimensat(AT_FDCWD, target.constData(), times, AT_SYMLINK_NOFOLLOW) == 0;
         }
     } else if (S_ISREG(st.st_mode)) {
         copied = copyRegularFile(source, target, st);
@@ -209,6 +212,7 @@ void RKFileCopyUtil::beginCopy()
     m_currentIndex = 0;
     m_destPaths.clear();
     m_folderDestinations.clear();
+    m_placedFolders.clear();
     m_worker = std::thread([this] { run(); });
 }
 
@@ -219,6 +223,7 @@ void RKFileCopyUtil::run()
     }
     while (copyProcess()) {
         if (m_currentIndex == m_items.size()) {
+            finishFolders();
             checkMacPermission();
             return;
         }
@@ -338,13 +343,7 @@ QString RKFileCopyUtil::naturalDestination(const QString& relativePath) const
 
 QString RKFileCopyUtil::numberedFileName(const QString& fileName, int number)
 {
-    const QStringList pieces = fileName.split(QLatin1Char('.'));
-    if (pieces.size() < 2) {
-        return QStringLiteral("%1 %2").arg(fileName).arg(number);
-    }
-    const QString extension = pieces.last();
-    const QString base = pieces.mid(0, pieces.size() - 1).join(QLatin1Char('.'));
-    return QStringLiteral("%1 %2.%3").arg(base).arg(number).arg(extension);
+    return ZipNumberedName::fileName(fileName, number);
 }
 
 bool RKFileCopyUtil::resolveClash(const QString& item, bool isFolder, QString& destination)
@@ -383,8 +382,8 @@ bool RKFileCopyUtil::resolveClash(const QString& item, bool isFolder, QString& d
         const QString name = lastComponent(destination);
         for (int n = 2;; ++n) {
             const QString candidate =
-                isFolder ? destination + QStringLiteral(" %1").arg(n)
-                         : joinPath(folder, numberedFileName(name, n));
+                joinPath(folder, isFolder ? ZipNumberedName::folderName(name, n)
+                                          : ZipNumberedName::fileName(name, n));
             if (!entryExists(candidate)) {
                 destination = candidate;
                 return true;
@@ -463,9 +462,25 @@ bool RKFileCopyUtil::copyProcess()
     }
     if (isFolder) {
         m_folderDestinations.insert(relative, destination);
+        struct stat source;
+        if (::lstat(native(item).constData(), &source) == 0) {
+            m_placedFolders.emplace_back(destination, source);
+        }
     }
     ++m_currentIndex;
     return true;
+}
+
+void RKFileCopyUtil::finishFolders()
+{
+    // Inner folders first, so that setting one's time does not change its
+    // parent's again. Failures leave the folder as it was made.
+    for (auto folder = m_placedFolders.crbegin(); folder != m_placedFolders.crend(); ++folder) {
+        const QByteArray path = native(folder->first);
+        const struct timespec times[2] = {folder->second.st_atim, folder->second.st_mtim};
+        ::chmod(path.constData(), folder->second.st_mode & 0777);
+        ::utimensat(AT_FDCWD, path.constData(), times, 0);
+    }
 }
 
 void RKFileCopyUtil::checkMacPermission()

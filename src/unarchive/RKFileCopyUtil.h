@@ -11,6 +11,7 @@
 #include <QStringList>
 
 #include <atomic>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -58,6 +59,8 @@ private:
     bool prepareProcess();
     bool copyProcess();
     void checkMacPermission();
+    // Gives the placed folders the mode and times their extracted folders had.
+    void finishFolders();
     void searchSubItems(const QString& path, bool isFolder);
 
     // Whether an item below the working folder is left out by the profile.
@@ -90,6 +93,10 @@ private:
     QStringList m_destPaths;
     // Relative folder path ("/a/b") → where that folder was actually placed.
     QHash<QString, QString> m_folderDestinations;
+    // Each folder placed, with the mode and times of the folder it came from,
+    // in placing order. Given to it at the end: moving items in changes a
+    // folder's time.
+    std::vector<std::pair<QString, struct stat>> m_placedFolders;
 
     std::atomic<bool> isCancelled{false};
     RKFileCopyUtilDelegate* m_delegate = nullptr;

@@ -9,6 +9,8 @@
 #include <QMetaObject>
 #include <QTimer>
 
+#include <algorithm>
+
 namespace {
 
 constexpr qint64 kUpdateSpacingMs = 30;
@@ -143,10 +145,13 @@ void RKUnArchiveRun::moveTempToSaveFolder()
 
 void RKUnArchiveRun::extractionFinished()
 {
+    // Names numbered or links left out are reported, and the rest is placed.
+    const QList<RQError> errors = unArchiver->errors();
     if (m_cancelRequested) {
         // The cancel came after the last entry; nothing is placed.
         doClose(Ending::Cancelled);
-    } else if (unArchiver->errors().isEmpty()) {
+    } else if (std::all_of(errors.cbegin(), errors.cend(),
+                           [](const RQError& error) { return error.isReportOnly(); })) {
         isUnArchiving.store(false);
         moveTempToSaveFolder();
     } else {
@@ -274,7 +279,7 @@ void RKUnArchiveRun::fileCopyUtilCopyProgress(RKFileCopyUtil*, int progress, int
 
 void RKUnArchiveRun::fileCopyUtilCopyFinished(RKFileCopyUtil*)
 {
-    postClose(Ending::Done);
+    postClose(errors().isEmpty() ? Ending::Done : Ending::DoneWithErrors);
 }
 
 void RKUnArchiveRun::fileCopyUtilCopyCanceled(RKFileCopyUtil*)

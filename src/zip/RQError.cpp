@@ -15,6 +15,11 @@ QString archiverMessage(int code)
         return QStringLiteral("ファイル名を書庫の文字コードで表せないため、「-」という名前で格納しました。");
     case 5:
         return QStringLiteral("書庫の検証に失敗しました。書庫が破損している可能性があります。");
+    case 6:
+        return QStringLiteral("ファイル名に書庫の文字コードで表せない文字があるため、"
+                              "その文字を「_」に置き換えて格納しました。");
+    case 7:
+        return QStringLiteral("書庫に同じ名前の項目があるため、名前に番号を付けて格納しました。");
     case 200:
         return QStringLiteral("書庫のサイズが4Gを超過しています。書庫が破損している可能性があります。");
     case 999:
@@ -37,6 +42,10 @@ QString unArchiverMessage(int code)
     case 4:
         return QStringLiteral("書庫に記録された項目数と実際の項目数が一致しません。"
                               "書庫が破損している可能性があります。");
+    case 5:
+        return QStringLiteral("書庫に同じ名前の項目があるため、名前に番号を付けて取り出しました。");
+    case 6:
+        return QStringLiteral("リンク先が展開先のフォルダの外にあるため、リンクを作成しませんでした。");
     case 999:
         return QStringLiteral("不明なエラー");
     default:
@@ -103,6 +112,19 @@ QString RQError::localizedDescription() const
     }
     // The wording the desktop uses for an error it knows nothing more about.
     return QStringLiteral("操作を完了できませんでした。(%1 エラー %2)").arg(domain()).arg(m_code);
+}
+
+bool RQError::isReportOnly() const
+{
+    switch (m_family) {
+    case Family::Archiver:
+        return m_code == 4 || m_code == 6 || m_code == 7;
+    case Family::UnArchiver:
+        return m_code == 5 || m_code == 6;
+    case Family::FileCopy:
+        break;
+    }
+    return false;
 }
 
 bool RQError::operator==(const RQError& other) const

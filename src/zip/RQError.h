@@ -16,10 +16,12 @@ public:
 
     // Archiver family: 1 item missing, 2 adding failed, 4 name stored as "-"
     // (no form in the encoding), 5 the written archive failed its check,
-    // 200 size, 999 unexpected.
+    // 6 characters stored as "_", 7 name numbered, 200 size, 999 unexpected.
     static RQError initWithErrorCode(int code, const QString& filePath);
     // Unarchiver family: 1 missing, 2 open/list failed, 3 entry failed,
-    // 4 entry count of the end record differs from the directory, 999.
+    // 4 entry count of the end record differs from the directory, 5 entry
+    // extracted under a numbered name, 6 link not made (its target leaves
+    // the destination), 999.
     static RQError initWithUnArchiverErrorCode(int code, const QString& filePath);
     // File-copy family: 1 destination folder not made, 2 move failed.
     static RQError initWithFileCopyUtilErrorCode(int code, const QString& filePath);
@@ -36,6 +38,11 @@ public:
     QString localizedDescription() const;
     // The path or entry name the error is about (may be empty).
     QString localizedRecoverySuggestion() const { return m_filePath; }
+
+    // True when the error reports what a run did in place of the usual (a
+    // name changed or numbered, a link not made) while keeping every item it
+    // could: an extraction with only such errors is still placed.
+    bool isReportOnly() const;
 
     bool operator==(const RQError& other) const;
 

@@ -105,9 +105,14 @@ bool RQUnZipArchiver::Private::unArchiveStart(Run& run)
         receiver->unArchiverArchiveProgress(q, index + 1, total, name);
     });
     if (!run.zip.UnzipFileTo64(run.basePath, index, true, run.encode)) {
-        raise(run, RQError::initWithUnArchiverErrorCode(3, name));
+        raise(run, RQError::initWithUnArchiverErrorCode(
+                       run.zip.lastNameOutcome().linkLeftOut ? 6 : 3, name));
+    } else if (run.zip.lastNameOutcome().numbered) {
+        raise(run, RQError::initWithUnArchiverErrorCode(5, name));
     }
     if (index + 1 >= total) {
+        // The folders are finished before the receiver may move them.
+        run.zip.finishFolders();
         finish(run, run.zipFilePath);
         return false;
     }

@@ -16,9 +16,14 @@
 //       overlapping another entry's data; the run goes on with the next;
 //   4   the end record's entry count differs from the records of the
 //       central directory (path = the archive); every record is extracted;
+//   5   an entry landed on the path of an earlier one and was extracted
+//       under a numbered name (path = the entry name as listed);
+//   6   a link entry whose target leaves the destination was not made
+//       (path = the entry name as listed);
 //   999 an unexpected failure (path = the archive), which ends the run.
 // Nothing is ever written outside the destination folder: entries with an
-// absolute name or a ".." component fail with code 3.
+// absolute name or a ".." component fail with code 3. Codes 5 and 6 leave
+// every other entry in place (RQError::isReportOnly).
 class RQUnZipArchiver
 {
 public:

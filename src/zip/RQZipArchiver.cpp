@@ -167,10 +167,18 @@ bool RQZipArchiver::Private::archiveStart(Run& run)
         const bool added = deflated
             ? run.zip.addDeflatedFileToZip(item, name, run.archiveLevel, *deflated, progress)
             : run.zip.addFileToZip(item, name, run.archiveLevel, progress);
+        const ZipNameOutcome outcome = run.zip.lastNameOutcome();
         if (!added) {
             raise(run, RQError::initWithErrorCode(2, item));
-        } else if (run.zip.nameStoredAsDash()) {
+        } else if (outcome.storedAsDash) {
             raise(run, RQError::initWithErrorCode(4, item));
+        } else {
+            if (outcome.charactersReplaced) {
+                raise(run, RQError::initWithErrorCode(6, item));
+            }
+            if (outcome.numbered) {
+                raise(run, RQError::initWithErrorCode(7, item));
+            }
         }
     }
 

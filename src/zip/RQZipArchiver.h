@@ -13,10 +13,15 @@
 // worker thread, turning failures into archiver-family RQErrors:
 //   1   an item does not exist when its step runs (path = the item);
 //   2   the item could not be added (path = the item);
-//   4   the item's name has no form in the names encoding and was stored as
-//       "-" (path = the item);
+//   4   the item's name has no form in the names encoding, even with "_"
+//       for its characters (an unknown encoding), and was stored as "-"
+//       (path = the item);
 //   5   the finished archive, read back, has an entry that does not pass its
 //       CRC check (path = the archive);
+//   6   characters of the item's name that the names encoding lacks were
+//       stored as "_" (path = the item);
+//   7   the item's stored name was taken by an earlier item and was numbered
+//       ("name 2.ext"; path = the item);
 //   999 an unexpected failure (path = ""), which ends the run.
 // Entry names are the item paths without the folder of the first item.
 // The steps store the items strictly in list order and send every notice from

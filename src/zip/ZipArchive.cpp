@@ -4,7 +4,10 @@
 #include "zip/ZipCentralDirectory.h"
 #include "zip/ZipDeflatedFile.h"
 #include "zip/ZipEntryReader.h"
+#include "zip/ZipExtractedPaths.h"
+#include "zip/ZipFileIo.h"
 #include "zip/ZipOutputFolder.h"
+#include "zip/ZipStoredNames.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -44,6 +47,12 @@ constexpr qsizetype kHoleSize = 4096;
 constexpr quint64 kUtf8 = 4;
 constexpr quint64 kShiftJIS = 8;
 constexpr quint16 kUtf8Flag = 0x0800;
+// "Version made by": Unix, specification 3.0, as Info-ZIP's zip writes it.
+constexpr uLong kMadeByUnix = (3 << 8) | 30;
+constexpr uLong kDosFolder = 0x10;
+constexpr uLong kDosReadOnly = 0x01;
+// Extended timestamp field: tag, size, flags (modification time), the time.
+constexpr uInt kTimestampFieldSize = 9;
 // A final empty block: ends a deflate stream cut short.
 constexpr char kEndOfStream[] = { 0x03, 0x00 };
 
@@ -121,35 +130,9 @@ std::optional<QByteArray> asciiPassword(const QString& password)
     return password.toLatin1();
 }
 
-// Characters that input methods on Linux and macOS type, or that NFKC makes of
-// Windows' own full-width forms, but that code page 932 lacks: each becomes
-// the character Windows shows with the same glyph, so the name survives.
-QString windowsForms(QString name)
-{
-    static constexpr std::array<std::pair<char16_t, char16_t>, 8> kForms { {
-        { u'\u301C', u'\uFF5E' }, // 〜 wave dash → ～
-        { u'\u2212', u'\uFF0D' }, // − minus → －
-        { u'\u00AC', u'\uFFE2' }, // ¬ → ￢
-        { u'\u2016', u'\u2225' }, // ‖ → ∥
-        { u'\u2014', u'\u2015' }, // — em dash → ―
-        { u'\u00A2', u'\uFFE0' }, // ¢ → ￠
-        { u'\u00A3', u'\uFFE1' }, // £ → ￡
-        { u'\u00A6', u'\uFFE4' }, // ¦ → ￤
-    } };
-    for (QChar& c : name) {
-        for (const auto& [from, to] : kForms) {
-            if (c.unicode() == from) {
-                c = QChar(to);
-            }
-        }
-    }
-    return name;
-}
-
 // Local calendar fields of a time, kept inside the MS-DOS range 1980..2107.
-tm_zip dosFields(const QDateTime& when)
+tm_zip dosFields(time_t seconds)
 {
-    const time_t seconds = time_t(when.toSecsSinceEpoch());
     struct tm local {};
     localtime_r(&seconds, &local);
     tm_zip fields {};
@@ -195,6 +178,65 @@ time_t dosDateToTime(uLong dosDate)
     local.tm_sec = int(dosDate & 0x1F) * 2;
     local.tm_isdst = -1;
     return mktime(&local);
+}
+
+// The mode an entry carries when its maker keeps Unix modes (Unix, macOS),
+// with at least one permission bit or the type of a link; nullopt otherwise:
+// archives made on Windows keep the default mode for new files.
+std::optional<mode_t> unixMode(const ZipCentralRecord& record)
+{
+    const int maker = record.versionMadeBy >> 8;
+    const mode_t mode = mode_t(record.externalAttributes >> 16);
+    if ((maker != 3 && maker != 19) || ((mode & 0777) == 0 && !S_ISLNK(mode))) {
+        return std::nullopt;
+    }
+    return mode;
+}
+
+// Whether a link depth folders below the destination, pointing at target,
+// leads to a place inside it as the kernel resolves it. Leading ".." climb
+// the real folders above the link; a ".." after a name could climb out of
+// wherever a link under that name leads, so it is refused, as is an
+// absolute target.
+bool linkStaysInside(const QString& target, qsizetype depth)
+{
+    if (target.isEmpty() || target.startsWith(QLatin1Char('/')) || target.contains(QChar(u'\0'))) {
+        return false;
+    }
+    bool descended = false;
+    for (const QString& part : target.split(QLatin1Char('/'))) {
+        if (part.isEmpty() || part == QLatin1String(".")) {
+            continue;
+        }
+        if (part == QLatin1String("..")) {
+            if (descended || depth == 0) {
+                return false;
+            }
+            --depth;
+        } else {
+            descended = true;
+        }
+    }
+    return true;
+}
+
+// The file mode creation mask, read without changing it (umask() would, for
+// a moment, for every thread).
+mode_t processUmask()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (status.open(QIODevice::ReadOnly)) {
+        for (QByteArray line = status.readLine(); !line.isEmpty(); line = status.readLine()) {
+            if (line.startsWith("Umask:")) {
+                bool ok = false;
+                const uint mask = line.mid(6).trimmed().toUInt(&ok, 8);
+                if (ok) {
+                    return mode_t(mask & 0777);
+                }
+            }
+        }
+    }
+    return 022;
 }
 
 // Key of the entry lookup: the stored name bytes with ASCII letters folded to
@@ -265,7 +307,12 @@ struct ZipArchive::Private {
     QString targetPath;
     QString temporaryPath; // empty when appending in place
     bool writeFailed = false;
-    bool nameStoredAsDash = false;
+    // An entry took the ZIP64 form, for which the container writes "made by"
+    // as version 4.5 of MS-DOS.
+    bool hasZip64Entry = false;
+    ZipStoredNames storedNames;
+    // What became of the name of the last entry written or extracted.
+    ZipNameOutcome nameOutcome;
     // The deflated data written so far end their stream.
     bool deflatedEnded = true;
     std::vector<char> writeBuffer;
@@ -285,13 +332,26 @@ struct ZipArchive::Private {
     bool listedValid = false;
     // The password form the last encrypted entry took; tried first.
     QByteArray fittingPassword;
+    // Where the entries went, below claimsRoot.
+    ZipExtractedPaths extractedPaths;
+    QString claimsRoot;
+    struct PendingFolder {
+        QStringList folders;
+        std::optional<mode_t> mode;
+        std::optional<time_t> modified;
+    };
+    std::vector<PendingFolder> pendingFolders;
 
     bool openForWriting(const QString& path, bool append);
     bool completeLocalHeader(qint64 headerOffset, qint64 headerLength, quint64 uncompressed);
     bool writeDeflated(const QString& path, ZipDeflatedFile& deflated,
                        const ProgressBlock& progressBlock, quint64* done);
     void discardWriting();
+    bool markMadeByUnix();
     std::optional<QString> entryName(const ZipCentralRecord& record, quint64 encoding) const;
+    std::optional<QString> linkTargetText(const ZipCentralRecord& record, const QByteArray& target,
+                                          quint64 encoding) const;
+    std::optional<time_t> modificationTime(const ZipCentralRecord& record) const;
     bool list(quint64 encoding);
     QList<QByteArray> passwordForms() const;
 };
@@ -331,6 +391,8 @@ bool ZipArchive::Private::openForWriting(const QString& location, bool append)
     targetPath = path;
     temporaryPath.clear();
     writeFailed = false;
+    hasZip64Entry = false;
+    storedNames.clear();
     auto device = std::make_unique<QFile>();
     if (append) {
         device->setFileName(path);
@@ -349,7 +411,7 @@ bool ZipArchive::Private::openForWriting(const QString& location, bool append)
                 + QString::number(QRandomGenerator::global()->generate(), 36)
                 + QStringLiteral(".part");
             fd = retryOpen(QFile::encodeName(candidate),
-                           O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+                           O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
             if (fd >= 0) {
                 temporaryPath = candidate;
             } else if (errno != EEXIST) {
@@ -448,15 +510,8 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
         return false;
     }
 
-    QString error;
-    const std::optional<ZipItemAttributes> attributes =
-        _attributesOfItemAtPath(path, true, &error);
-    // An item whose attributes cannot be read at all is stored with the time
-    // it was added.
-    const QDateTime modified = attributes && attributes->modificationDate.isValid()
-        ? attributes->modificationDate
-        : QDateTime::currentDateTime();
-
+    // Links are followed: the entry holds what the link points to, with its
+    // mode and time.
     const QByteArray nativePath = QFile::encodeName(path);
     struct stat target;
     if (::stat(nativePath.constData(), &target) != 0) {
@@ -488,20 +543,25 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
     }
     const bool zip64 = !isFolder && size >= kZip64Threshold;
 
-    QString entryName = newname;
-    if (isFolder) {
-        entryName += QLatin1Char('/');
-    }
-    if (d->_stringEncoding == kShiftJIS) {
-        entryName = windowsForms(
-            RKStringEncoding::precomposedStringWithCompatibilityMapping(entryName));
-    }
-    const std::optional<QByteArray> nameBytes =
-        RKStringEncoding::encode(entryName, d->_stringEncoding);
-    d->nameStoredAsDash = !nameBytes;
+    const ZipStoredNames::Name stored = d->storedNames.claim(newname, isFolder, d->_stringEncoding);
+    d->nameOutcome = ZipNameOutcome {};
+    d->nameOutcome.storedAsDash = stored.bytes.isNull();
+    d->nameOutcome.charactersReplaced = stored.charactersReplaced;
+    d->nameOutcome.numbered = stored.numbered;
 
+    // Made on Unix, as Info-ZIP writes it: the mode in the high half of the
+    // external attributes beside the bits Windows reads, and the time to the
+    // second in an extended timestamp field (the same field in both headers).
     zip_fileinfo info {};
-    info.tmz_date = dosFields(modified);
+    info.tmz_date = dosFields(target.st_mtim.tv_sec);
+    info.external_fa = uLong(target.st_mode) << 16 | (isFolder ? kDosFolder : 0)
+        | ((target.st_mode & S_IWUSR) ? 0 : kDosReadOnly);
+    char timestamp[kTimestampFieldSize] = { 'U', 'T', 5, 0, 1 };
+    const bool hasTimestamp = target.st_mtim.tv_sec >= 0 && target.st_mtim.tv_sec <= 0x7FFFFFFF;
+    for (int i = 0; i < 4; ++i) {
+        timestamp[5 + i] = char((quint32(target.st_mtim.tv_sec) >> (8 * i)) & 0xFF);
+    }
+    const uInt timestampSize = hasTimestamp ? kTimestampFieldSize : 0;
 
     if (d->writeBuffer.size() < kWriteBufferSize) {
         d->writeBuffer.resize(kWriteBufferSize);
@@ -540,11 +600,13 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
 
     // A name without a form in the encoding is stored as "-" by the container.
     const qint64 headerOffset = d->writeDevice->pos();
-    const qint64 nameLength = nameBytes ? nameBytes->size() : 1;
+    const qint64 nameLength = stored.bytes.isNull() ? 1 : stored.bytes.size();
+    d->hasZip64Entry = d->hasZip64Entry || zip64 || headerOffset >= qint64(0xFFFFFFFF);
     const int opened = zipOpenNewFileInZip4_64(
-        d->_zipFile, nameBytes ? nameBytes->constData() : nullptr, &info, nullptr, 0, nullptr, 0,
-        nullptr, Z_DEFLATED, level, deflated ? 1 : 0, MAX_WBITS, DEF_MEM_LEVEL, Z_DEFAULT_STRATEGY,
-        password ? password->constData() : nullptr, checkValue, 0, 0, zip64 ? 1 : 0);
+        d->_zipFile, stored.bytes.isNull() ? nullptr : stored.bytes.constData(), &info, timestamp,
+        timestampSize, timestamp, timestampSize, nullptr, Z_DEFLATED, level, deflated ? 1 : 0,
+        MAX_WBITS, DEF_MEM_LEVEL, Z_DEFAULT_STRATEGY, password ? password->constData() : nullptr,
+        checkValue, kMadeByUnix, 0, zip64 ? 1 : 0);
     if (opened != ZIP_OK) {
         d->writeFailed = true;
         if (fd >= 0) {
@@ -605,7 +667,7 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
     if (closed != ZIP_OK) {
         d->writeFailed = true;
     }
-    if (!zip64 && !d->completeLocalHeader(headerOffset, 30 + nameLength, done)) {
+    if (!zip64 && !d->completeLocalHeader(headerOffset, 30 + nameLength + timestampSize, done)) {
         result = false;
     }
     return result;
@@ -679,6 +741,47 @@ bool ZipArchive::Private::completeLocalHeader(qint64 headerOffset, qint64 header
     return true;
 }
 
+bool ZipArchive::Private::markMadeByUnix()
+{
+    // The archive was just closed, with no comment: its end record is last,
+    // and a ZIP64 end record, when there is one, is found by the locator
+    // right before it.
+    const int fd = int(writeDevice->handle());
+    const qint64 size = writeDevice->size();
+    char tail[20 + 22];
+    if (size < qint64(sizeof tail)
+        || ZipFileIo::preadFully(fd, tail, sizeof tail, size - qint64(sizeof tail)) != qint64(sizeof tail)) {
+        return false;
+    }
+    const char* locator = tail;
+    const char* end = tail + 20;
+    qint64 directorySize = ZipFileIo::u32(end + 12);
+    qint64 directoryOffset = ZipFileIo::u32(end + 16);
+    if (std::memcmp(locator, "PK\x06\x07", 4) == 0) {
+        char wide[56];
+        if (ZipFileIo::preadFully(fd, wide, 56, qint64(ZipFileIo::u64(locator + 8))) != 56
+            || std::memcmp(wide, "PK\x06\x06", 4) != 0) {
+            return false;
+        }
+        directorySize = qint64(ZipFileIo::u64(wide + 40));
+        directoryOffset = qint64(ZipFileIo::u64(wide + 48));
+    }
+    QByteArray directory(directorySize, Qt::Uninitialized);
+    if (ZipFileIo::preadFully(fd, directory.data(), directorySize, directoryOffset) != directorySize) {
+        return false;
+    }
+    for (qsizetype at = 0; at + 46 <= directory.size();) {
+        char* header = directory.data() + at;
+        if (ZipFileIo::u16(header + 4) == 45) {
+            header[5] = char(kMadeByUnix >> 8);
+        }
+        at += 46 + ZipFileIo::u16(header + 28) + ZipFileIo::u16(header + 30)
+            + ZipFileIo::u16(header + 32);
+    }
+    return ::pwrite(fd, directory.constData(), size_t(directorySize), off_t(directoryOffset))
+        == directorySize;
+}
+
 unsigned long ZipArchive::checkCRC(const QString& path)
 {
     const int fd = retryOpen(QFile::encodeName(path), O_RDONLY | O_CLOEXEC);
@@ -699,7 +802,8 @@ bool ZipArchive::CloseZipFile2()
     }
     const int closed = zipClose(d->_zipFile, nullptr);
     d->_zipFile = nullptr;
-    bool complete = closed == ZIP_OK && !d->writeFailed && d->writeDevice->flush();
+    bool complete = closed == ZIP_OK && !d->writeFailed && d->writeDevice->flush()
+        && (!d->hasZip64Entry || d->markMadeByUnix());
     d->writeDevice->close();
     complete = complete && d->writeDevice->error() == QFileDevice::NoError;
     d->writeDevice.reset();
@@ -741,6 +845,36 @@ std::optional<QString> ZipArchive::Private::entryName(const ZipCentralRecord& re
         return name;
     }
     return encoding == kUtf8 ? std::nullopt : RKStringEncoding::decode(stored, kUtf8);
+}
+
+std::optional<QString> ZipArchive::Private::linkTargetText(const ZipCentralRecord& record,
+                                                           const QByteArray& target,
+                                                           quint64 encoding) const
+{
+    // In the form the name is in: UTF-8 where the maker said so, else the
+    // chosen encoding, else UTF-8.
+    if ((record.flag & kUtf8Flag) || directory.unicodePath(record)) {
+        if (std::optional<QString> text = RKStringEncoding::decode(target, kUtf8)) {
+            return text;
+        }
+    }
+    if (std::optional<QString> text = RKStringEncoding::decode(target, encoding)) {
+        return text;
+    }
+    return RKStringEncoding::decode(target, kUtf8);
+}
+
+std::optional<time_t> ZipArchive::Private::modificationTime(const ZipCentralRecord& record) const
+{
+    // To the second and in UTC where an extra field has it; else the MS-DOS
+    // fields as local time, of which zero means none.
+    if (const std::optional<qint64> exact = directory.modificationTime(record)) {
+        return time_t(*exact);
+    }
+    if (record.dosDate != 0) {
+        return dosDateToTime(record.dosDate);
+    }
+    return std::nullopt;
 }
 
 bool ZipArchive::Private::list(quint64 encoding)
@@ -808,6 +942,9 @@ bool ZipArchive::UnzipOpenFile(const QString& path)
     d->_unzippedFiles = QStringList();
     d->_numFiles = 0;
     d->output.close();
+    d->extractedPaths.clear();
+    d->claimsRoot.clear();
+    d->pendingFolders.clear();
 
     const int fd = retryOpen(QFile::encodeName(path), O_RDONLY | O_CLOEXEC);
     struct stat st;
@@ -873,8 +1010,11 @@ bool ZipArchive::UnzipFileTo64(const QString& path, const QString& inFilePath, b
             d->byListedName.insert(d->listed.at(i), i); // the first one stays
         }
     }
+    // Of entries whose stored names differ only in the case of ASCII letters
+    // the first one is found.
     const qsizetype index = d->byListedName.value(inFilePath, -1);
-    return UnzipFileTo64(path, index, overWrite, encoding);
+    return UnzipFileTo64(path, index < 0 ? index : d->firstOfKey[size_t(index)], overWrite,
+                         encoding);
 }
 
 bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWrite,
@@ -883,13 +1023,14 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
     if (d->readFd >= 0 && (!d->listedValid || d->listedEncoding != encoding)) {
         d->list(encoding);
     }
+    d->nameOutcome = ZipNameOutcome {};
     if (!d->listedValid || index < 0 || index >= d->listed.size()) {
         OutputErrorMessage(QStringLiteral("Failed"));
         return false;
     }
-    // Of entries whose stored names differ only in the case of ASCII letters
-    // the first one is extracted.
-    const qsizetype at = d->firstOfKey[size_t(index)];
+    // Every entry is extracted from its own record, even one whose name an
+    // earlier entry has: the path decides what becomes of it.
+    const qsizetype at = index;
     const ZipCentralRecord& record = d->directory.records()[size_t(at)];
     const QString name = d->listed.at(at);
     // A folder ends in a separator character, judged on the decoded name: in
@@ -898,19 +1039,13 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
     const bool isFolder = name.endsWith(QLatin1Char('/'));
 
     // Nothing is written outside the destination folder.
-    std::optional<QStringList> components = ZipOutputFolder::safeComponents(name);
+    const std::optional<QStringList> components = ZipOutputFolder::safeComponents(name);
     if (!components || (!isFolder && components->isEmpty())) {
         OutputErrorMessage(QStringLiteral("Entry name leads outside the destination folder"));
         return false;
     }
-    QString outputPath = path;
-    if (!components->isEmpty()) {
-        if (!outputPath.endsWith(QLatin1Char('/'))) {
-            outputPath += QLatin1Char('/');
-        }
-        outputPath += components->join(QLatin1Char('/'));
-    }
-    const QString leaf = isFolder ? QString() : components->takeLast();
+    const std::optional<mode_t> mode = unixMode(record);
+    const bool isLink = !isFolder && mode && S_ISLNK(*mode);
 
     if (!isFolder) {
         const QList<QByteArray> passwords = d->passwordForms();
@@ -924,21 +1059,86 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
             d->fittingPassword = passwords.at(d->entryReader.passwordIndex());
         }
     }
+    QByteArray linkTarget;
+    if (isLink) {
+        // The data are the target. One that leaves the destination, from
+        // where the link would be, is not made: nothing extracted may lead
+        // the user out of the folder chosen.
+        const ZipEntryReader::Result result =
+            d->entryReader.read([&](const char* data, qsizetype size) {
+                linkTarget.append(data, size);
+                return linkTarget.size() < PATH_MAX;
+            });
+        const std::optional<QString> target = result == ZipEntryReader::Result::Ok
+            ? d->linkTargetText(record, linkTarget, encoding)
+            : std::nullopt;
+        if (!target) {
+            OutputErrorMessage(result == ZipEntryReader::Result::Ok
+                                   ? QStringLiteral("Link target does not decode")
+                                   : readFailure(result, record.method));
+            return false;
+        }
+        if (!linkStaysInside(*target, components->size() - 1)) {
+            d->nameOutcome.linkLeftOut = true;
+            OutputErrorMessage(QStringLiteral("Link target leads outside the destination folder"));
+            return false;
+        }
+        linkTarget = QFile::encodeName(*target);
+    }
 
-    const int folderFd = d->output.setRoot(path) ? d->output.folder(*components) : -1;
+    if (path != d->claimsRoot) {
+        finishFolders();
+        d->extractedPaths.clear();
+        d->claimsRoot = path;
+    }
+    const ZipExtractedPaths::Path placed = d->extractedPaths.claim(*components, isFolder, at);
+    d->nameOutcome.numbered = placed.numbered;
+    QString outputPath = path;
+    for (const QString& component : placed.folders + QStringList(placed.leaf)) {
+        if (!component.isEmpty()) {
+            if (!outputPath.endsWith(QLatin1Char('/'))) {
+                outputPath += QLatin1Char('/');
+            }
+            outputPath += component;
+        }
+    }
+    const std::optional<time_t> modified = d->modificationTime(record);
+
+    const int folderFd = d->output.setRoot(path) ? d->output.folder(placed.folders) : -1;
     if (folderFd < 0 && isFolder) {
         OutputErrorMessage(QStringLiteral("Failed to create folder"));
         return false;
     }
     if (isFolder) {
-        // Folder entries carry no file; any data they hold are ignored.
+        // Folder entries carry no file; any data they hold are ignored. Their
+        // mode and time wait until everything inside them is made.
+        if (!placed.folders.isEmpty() && (mode || modified)) {
+            d->pendingFolders.push_back({ placed.folders, mode, modified });
+        }
         return true;
     }
-    if (!overWrite && folderFd >= 0 && ZipOutputFolder::exists(folderFd, leaf)
+    if (!overWrite && folderFd >= 0 && ZipOutputFolder::exists(folderFd, placed.leaf)
         && !OverWrite(outputPath)) {
         return true;
     }
-    const int out = folderFd >= 0 ? ZipOutputFolder::createFile(folderFd, leaf) : -1;
+    if (isLink) {
+        if (folderFd < 0 || !ZipOutputFolder::createLink(folderFd, placed.leaf, linkTarget)) {
+            OutputErrorMessage(QStringLiteral("Failed to create link"));
+            return false;
+        }
+        d->_unzippedFiles.append(outputPath);
+        if (modified) {
+            const struct timespec times[2] = { { 0, UTIME_OMIT }, { *modified, 0 } };
+            ::utimensat(folderFd, QFile::encodeName(placed.leaf).constData(), times,
+                        AT_SYMLINK_NOFOLLOW);
+        }
+        return true;
+    }
+    // The mode of a Unix maker through the umask, never setuid, setgid or
+    // sticky; otherwise the default mode for new files.
+    const int out = folderFd >= 0
+        ? ZipOutputFolder::createFile(folderFd, placed.leaf, mode ? (*mode & 0777) : 0666)
+        : -1;
     if (out < 0) {
         OutputErrorMessage(QStringLiteral("Failed to open output file for writing"));
         return false;
@@ -966,12 +1166,8 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
     if (complete && endsInHole && ::ftruncate(out, off_t(written)) != 0) {
         writeFailed = true;
     }
-    if (complete && record.dosDate != 0) {
-        struct timespec times[2];
-        times[0].tv_sec = 0;
-        times[0].tv_nsec = UTIME_OMIT;
-        times[1].tv_sec = dosDateToTime(record.dosDate);
-        times[1].tv_nsec = 0;
+    if (complete && modified) {
+        const struct timespec times[2] = { { 0, UTIME_OMIT }, { *modified, 0 } };
         if (::futimens(out, times) != 0) {
             syslog(LOG_NOTICE, "Failed to set attributes");
         }
@@ -986,6 +1182,37 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
         return false;
     }
     return true;
+}
+
+void ZipArchive::finishFolders()
+{
+    if (d->pendingFolders.empty()) {
+        return;
+    }
+    // Deepest first: setting a folder's time before its subfolders' would
+    // have them change it again. The owner keeps every right on a folder, so
+    // that what is inside can still be moved or removed.
+    std::stable_sort(d->pendingFolders.begin(), d->pendingFolders.end(),
+                     [](const Private::PendingFolder& a, const Private::PendingFolder& b) {
+                         return a.folders.size() > b.folders.size();
+                     });
+    const mode_t mask = processUmask();
+    if (d->output.setRoot(d->claimsRoot)) {
+        for (const Private::PendingFolder& folder : d->pendingFolders) {
+            const int fd = d->output.folder(folder.folders);
+            if (fd < 0) {
+                continue;
+            }
+            if (folder.mode) {
+                ::fchmod(fd, (*folder.mode & 0777 & ~mask) | S_IRWXU);
+            }
+            if (folder.modified) {
+                const struct timespec times[2] = { { 0, UTIME_OMIT }, { *folder.modified, 0 } };
+                ::futimens(fd, times);
+            }
+        }
+    }
+    d->pendingFolders.clear();
 }
 
 std::optional<quint32> ZipArchive::testArchive(const QString& path, const QString& password)
@@ -1073,6 +1300,9 @@ std::optional<quint32> ZipArchive::testArchive(const QString& path, const QStrin
 
 bool ZipArchive::UnzipCloseFile()
 {
+    finishFolders();
+    d->extractedPaths.clear();
+    d->claimsRoot.clear();
     d->_password.clear();
     d->fittingPassword.clear();
     d->output.close();
@@ -1101,7 +1331,7 @@ void ZipArchive::setCompression(int compression) { d->_compression = compression
 quint64 ZipArchive::stringEncoding() const { return d->_stringEncoding; }
 void ZipArchive::setStringEncoding(quint64 encoding) { d->_stringEncoding = encoding; }
 quint64 ZipArchive::numFiles() const { return d->_numFiles; }
-bool ZipArchive::nameStoredAsDash() const { return d->nameStoredAsDash; }
+ZipNameOutcome ZipArchive::lastNameOutcome() const { return d->nameOutcome; }
 QStringList ZipArchive::unzippedFiles() const { return d->_unzippedFiles; }
 
 void ZipArchive::OutputErrorMessage(const QString& message) const

@@ -12,6 +12,21 @@
 
 class ZipDeflatedFile;
 
+// How the name of the last entry written or extracted departed from the name
+// it was given.
+struct ZipNameOutcome {
+    // Written: even with "_" for its characters the name has no form in the
+    // names encoding (an unknown encoding), so it was stored as "-".
+    bool storedAsDash = false;
+    // Written: characters without a form in the names encoding became "_".
+    bool charactersReplaced = false;
+    // Written: the name was taken by an earlier entry and was numbered.
+    // Extracted: the path was taken by an earlier entry and was numbered.
+    bool numbered = false;
+    // Extracted: a link whose target leaves the destination was not made.
+    bool linkLeftOut = false;
+};
+
 // What the adapter needs to know about an item on disk.
 struct ZipItemAttributes {
     bool isDirectory = false;
@@ -60,15 +75,18 @@ public:
     // A string literal would otherwise convert to the bool form.
     bool CreateZipFile2(const QString& path, const char* password) = delete;
 
-    // Adds one file or folder (links followed) under the entry name newname
-    // (a folder gets "/" appended). level 0..9 is passed to deflate as is.
-    // With Shift-JIS names, characters code page 932 lacks (〜 − ¬ ‖ — ¢ £ ¦,
-    // after NFKC) are written as the forms Windows shows for them.
+    // Adds one file or folder (links followed: what a link points to is
+    // stored, with its mode and time) under the entry name newname (a folder
+    // gets "/" appended). level 0..9 is passed to deflate as is. Entries are
+    // made by Unix: the mode in the external attributes with the DOS folder
+    // and read-only bits, and the modification time also in an extended
+    // timestamp field. The stored name follows ZipStoredNames (Shift-JIS
+    // forms, "_" for characters the encoding lacks, a name taken earlier in
+    // this archive numbered); lastNameOutcome() tells what it changed.
     bool addFileToZip(const QString& path, const QString& newname, int level,
                       const ProgressBlock& progressBlock);
-    // True when the last addFileToZip stored its entry under the name "-":
-    // the name has no form in the names encoding.
-    bool nameStoredAsDash() const;
+    // What the last addFileToZip or UnzipFileTo64 did to the entry's name.
+    ZipNameOutcome lastNameOutcome() const;
 
     // The same for a file whose data were deflated elsewhere: the entry's
     // headers are those addFileToZip writes, and the progress block gets the
@@ -113,18 +131,36 @@ public:
     std::optional<QStringList> getZipFileContents64(quint64 encoding);
 
     // Extracts the entry at position index of the listing below the folder
-    // path; of entries whose stored names differ only in the case of ASCII
-    // letters, the first one. Never writes outside that folder: absolute
+    // path. Never writes outside that folder: absolute
     // names and ".." components are refused, and no existing symbolic link is
     // followed. No (and a text to the delegate) for an entry whose method or
     // encryption is not supported (methods 0, 8, 9, 12, 14 and traditional
     // encryption are), whose data overlap another entry's, whose local header
     // does not match its central record, whose password does not fit, or
     // whose data are damaged; nothing is written for these but the last.
+    //
+    // The path is decided by ZipExtractedPaths: an entry whose path an
+    // earlier entry of this archive took is written under a numbered name
+    // (lastNameOutcome().numbered). From a Unix or macOS maker, a file gets
+    // the stored permission bits through the umask (never setuid, setgid or
+    // sticky), and a link entry becomes a symbolic link when its target stays
+    // inside the folder; one whose target leaves it is not made (no, and
+    // lastNameOutcome().linkLeftOut). Modification times come from an
+    // extended timestamp or NTFS field, else the MS-DOS fields. Folder
+    // entries get their mode and time from finishFolders.
     bool UnzipFileTo64(const QString& path, qsizetype index, bool overWrite, quint64 encoding);
-    // The same for the entry listed as inFilePath (the first one listed so).
+    // The same for the entry listed as inFilePath (the first one listed so);
+    // of entries whose stored names differ only in the case of ASCII letters,
+    // the first one.
     bool UnzipFileTo64(const QString& path, const QString& inFilePath, bool overWrite,
                        quint64 encoding);
+
+    // Gives the folder entries extracted since the archive was opened their
+    // stored times and, from a Unix maker, their permission bits through the
+    // umask with every right kept for the owner (what is inside must stay
+    // movable); deepest first, as making files in a folder changes its time.
+    // Nothing is reported. UnzipCloseFile does it too.
+    void finishFolders();
 
     bool UnzipCloseFile();
 

@@ -89,6 +89,34 @@ std::optional<QByteArray> ZipCentralDirectory::unicodePath(const ZipCentralRecor
     return std::nullopt;
 }
 
+std::optional<qint64> ZipCentralDirectory::modificationTime(const ZipCentralRecord& record) const
+{
+    // 100 ns units from 1601 to 1970.
+    constexpr quint64 kNtfsEpoch = Q_UINT64_C(116444736000000000);
+    std::optional<qint64> ntfs;
+    const char* extra = m_bytes.constData() + record.extraOffset;
+    for (int at = 0; at + 4 <= record.extraLength;) {
+        const quint16 id = u16(extra + at);
+        const int size = u16(extra + at + 2);
+        const char* field = extra + at + 4;
+        if (at + 4 + size > record.extraLength) {
+            break;
+        }
+        if (id == 0x5455 && size >= 5 && (field[0] & 1)) {
+            return qint64(u32(field + 1));
+        }
+        // Reserved word, then tagged attributes; tag 1 holds the three times.
+        if (id == 0x000A && size >= 32 && u16(field + 4) == 1 && u16(field + 6) >= 24) {
+            const quint64 ticks = u64(field + 8);
+            if (ticks >= kNtfsEpoch) {
+                ntfs = qint64((ticks - kNtfsEpoch) / 10000000);
+            }
+        }
+        at += 4 + size;
+    }
+    return ntfs;
+}
+
 bool ZipCentralDirectory::read(int fd, qint64 fileSize)
 {
     clear();
@@ -184,6 +212,7 @@ bool ZipCentralDirectory::walk(int fd, qint64 start, qint64 end, qint64 prefix)
         }
         const char* header = bytes + at;
         ZipCentralRecord record;
+        record.versionMadeBy = u16(header + 4);
         record.flag = u16(header + 8);
         record.method = u16(header + 10);
         record.dosDate = u32(header + 12);
@@ -193,6 +222,7 @@ bool ZipCentralDirectory::walk(int fd, qint64 start, qint64 end, qint64 prefix)
         record.nameLength = u16(header + 28);
         record.extraLength = u16(header + 30);
         const quint16 commentLength = u16(header + 32);
+        record.externalAttributes = u32(header + 38);
         record.localHeaderOffset = u32(header + 42);
         record.nameOffset = at + kCentralHeaderSize;
         record.extraOffset = record.nameOffset + record.nameLength;

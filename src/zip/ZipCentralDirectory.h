@@ -8,12 +8,14 @@
 
 // One record of the central directory, with the ZIP64 extra field applied.
 struct ZipCentralRecord {
+    quint16 versionMadeBy = 0; // the maker's system in the high byte (3: Unix)
     quint16 flag = 0;
     quint16 method = 0;
     quint32 dosDate = 0; // date in the high 16 bits, time in the low
     quint32 crc = 0;
     quint64 compressedSize = 0;
     quint64 uncompressedSize = 0;
+    quint32 externalAttributes = 0; // a Unix maker's mode in the high 16 bits
     // Position of the local header in the file (data before the archive, as
     // in a self-extracting program, already added).
     quint64 localHeaderOffset = 0;
@@ -51,6 +53,10 @@ public:
     // The UTF-8 name of an Info-ZIP Unicode Path extra field (0x7075) whose
     // CRC matches the stored name; nullopt when there is none or it is stale.
     std::optional<QByteArray> unicodePath(const ZipCentralRecord& record) const;
+    // The modification time (seconds since the epoch) of an extended
+    // timestamp field (0x5455) or, failing that, an NTFS field (0x000A);
+    // nullopt when the record has neither.
+    std::optional<qint64> modificationTime(const ZipCentralRecord& record) const;
     // The entry count the end record states (ZIP64 when present).
     quint64 declaredCount() const { return m_declaredCount; }
 

@@ -100,14 +100,14 @@ int ZipOutputFolder::folder(const QStringList& components)
     return fd;
 }
 
-int ZipOutputFolder::createFile(int folderFd, const QString& leaf)
+int ZipOutputFolder::createFile(int folderFd, const QString& leaf, mode_t mode)
 {
     const QByteArray name = QFile::encodeName(leaf);
     for (int attempt = 0; attempt < 2; ++attempt) {
         int fd;
         do {
             fd = ::openat(folderFd, name.constData(),
-                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
         } while (fd < 0 && errno == EINTR);
         if (fd >= 0 || errno != EEXIST || attempt > 0) {
             return fd;
@@ -119,6 +119,16 @@ int ZipOutputFolder::createFile(int folderFd, const QString& leaf)
         }
     }
     return -1;
+}
+
+bool ZipOutputFolder::createLink(int folderFd, const QString& leaf, const QByteArray& target)
+{
+    const QByteArray name = QFile::encodeName(leaf);
+    if (::symlinkat(target.constData(), folderFd, name.constData()) == 0) {
+        return true;
+    }
+    return errno == EEXIST && ::unlinkat(folderFd, name.constData(), 0) == 0
+        && ::symlinkat(target.constData(), folderFd, name.constData()) == 0;
 }
 
 bool ZipOutputFolder::exists(int folderFd, const QString& leaf)

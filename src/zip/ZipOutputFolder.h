@@ -4,6 +4,7 @@
 #include <QStringList>
 
 #include <optional>
+#include <sys/types.h>
 
 // The destination of an extraction, reached only through file descriptors:
 // every folder below the root is opened relative to its parent without
@@ -32,10 +33,14 @@ public:
     // Owned by this object and valid until the next call.
     int folder(const QStringList& components);
 
-    // Creates leaf in the folder as a new file (anything but a folder that is
-    // already there is replaced, never written through). The caller owns the
-    // descriptor; -1 on failure.
-    static int createFile(int folderFd, const QString& leaf);
+    // Creates leaf in the folder as a new file with mode (through the umask;
+    // anything but a folder that is already there is replaced, never written
+    // through). The caller owns the descriptor; -1 on failure.
+    static int createFile(int folderFd, const QString& leaf, mode_t mode = 0666);
+
+    // Makes leaf in the folder a symbolic link to target, replacing anything
+    // but a folder. The target is not looked at.
+    static bool createLink(int folderFd, const QString& leaf, const QByteArray& target);
 
     // True when something (a link included) already exists at leaf.
     static bool exists(int folderFd, const QString& leaf);

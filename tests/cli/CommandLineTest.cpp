@@ -200,6 +200,7 @@ TEST_F(CommandLine, ExtractWindowsMadeArchive)
            "    for name, data in (('報告書/', b''), ('報告書/①～.txt', b'one'), ('Thumbs.db', b'x')):\n"
            "        info = WindowsName(name)\n"
            "        info.create_system = 0\n"
+           "        info.external_attr = 0o100755 << 16  # read only from Unix makers\n"
            "        z.writestr(info, data)\n");
     const Outcome run = mokuza({"extract", "--dest", "out", "win.zip"});
     ASSERT_EQ(run.exit, 0) << run.err.toStdString();
@@ -207,8 +208,42 @@ TEST_F(CommandLine, ExtractWindowsMadeArchive)
               (QStringList{"win/", "win/報告書/", "win/報告書/①～.txt"}))
         << "Thumbs.db is left out by the profile";
     EXPECT_EQ(TestEnvironment::readFile(path("out/win/報告書/①～.txt")), "one");
+    EXPECT_FALSE(QFileInfo(path("out/win/報告書/①～.txt")).permissions() & QFile::ExeOwner)
+        << "no mode is taken from an archive made on Windows";
     EXPECT_TRUE(run.out.contains("  destination: " + path("out") + "\n  status: done\n"))
         << run.out.toStdString();
+}
+
+// Names that meet in Shift-JIS are numbered and reported (exit 1), characters code page 932 lacks become "_" in
+// their folder; extracted again (into a folder named after the archive), every file arrives with its contents and
+// its mode.
+TEST_F(CommandLine, NamesThatMeetInShiftJisAreNumberedAndEveryFileComesBack)
+{
+    const QStringList files{"資料/画像1.txt", "資料/画像①.txt", "資料/sub/é.txt", "資料/sub/😀.txt", "資料/sub/𠮷.txt", "資料/run.sh"};
+    makeFiles(files);
+    ASSERT_TRUE(QFile::setPermissions(path("資料/run.sh"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner
+                                                             | QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther));
+    const Outcome compressed = mokuza({"compress", "--profile", "Mac To Win", "--dest", "out", "資料"});
+    EXPECT_EQ(compressed.exit, 1) << compressed.err.toStdString();
+    EXPECT_EQ(compressed.out.count("書庫に同じ名前の項目があるため、名前に番号を付けて格納しました。"), 3) << compressed.out.toStdString();
+    EXPECT_EQ(compressed.out.count("その文字を「_」に置き換えて格納しました。"), 3);
+    EXPECT_TRUE(compressed.out.contains("    [7] " + path("資料/画像①.txt") + ": ")) << compressed.out.toStdString();
+
+    const Outcome extracted = mokuza({"extract", "--dest", "back", "out/資料.zip"});
+    ASSERT_EQ(extracted.exit, 0) << extracted.out.toStdString();
+    QStringList arrived, contents;
+    for (const QString& item : TestEnvironment::listTree(path("back/資料/資料"))) {
+        if (!item.endsWith('/')) {
+            arrived << item;
+            contents << QString::fromUtf8(TestEnvironment::readFile(path("back/資料/資料/" + item)));
+        }
+    }
+    contents.sort();
+    EXPECT_EQ(arrived, (QStringList{"run.sh", "sub/_ 2.txt", "sub/_ 3.txt", "sub/_.txt", "画像1 2.txt", "画像1.txt"}));
+    QStringList sent = files;
+    sent.sort();
+    EXPECT_EQ(contents, sent) << "each file holds its own path";
+    EXPECT_TRUE(QFileInfo(path("back/資料/資料/run.sh")).isExecutable());
 }
 
 struct PasswordCase {

@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -161,28 +162,44 @@ TEST_P(BundlePermissionTest, ProgramGetsExecutePermissionOnlyInAWholeBundle)
 INSTANTIATE_TEST_SUITE_P(Bundle, BundlePermissionTest, ::testing::Bool(),
                          [](const auto& info) { return info.param ? "WithPkgInfo" : "WithoutPkgInfo"; });
 
-TEST_F(FileCopyUtilTest, MoveAcrossFileSystemsKeepsTimeAndMode)
+// Extracted items keep their mode, time and links when placed, whether placing renames them or copies them to
+// another file system; folders get theirs once their contents are in.
+class KeepsMetadataTest : public FileCopyUtilTest, public ::testing::WithParamInterface<bool>
+{
+};
+
+TEST_P(KeepsMetadataTest, ModesTimesAndLinksSurvivePlacing)
 {
     QTemporaryDir shm(QStringLiteral("/dev/shm/mokuza-test-XXXXXX"));
     struct stat shmStat, outStat;
-    if (!shm.isValid() || ::stat("/dev/shm", &shmStat) != 0 || ::stat(QFile::encodeName(out()), &outStat) != 0
-        || shmStat.st_dev == outStat.st_dev) {
+    if (GetParam() && (!shm.isValid() || ::stat("/dev/shm", &shmStat) != 0 || ::stat(QFile::encodeName(out()), &outStat) != 0
+                       || shmStat.st_dev == outStat.st_dev)) {
         GTEST_SKIP() << "needs /dev/shm on another file system than the test folder";
     }
-    makeTree(shm.path(), {"d/a.txt"}, "new");
-    const QByteArray file = QFile::encodeName(shm.path() + "/d/a.txt");
-    const struct timespec times[2] = {{1000000000, 0}, {1000000000, 500000000}};
-    ASSERT_TRUE(::chmod(file, 0640) == 0 && ::utimensat(AT_FDCWD, file, times, 0) == 0);
+    const QString working = GetParam() ? shm.path() : work();
+    makeTree(working, {"d/a.txt"}, "new");
+    ASSERT_EQ(::symlink("a.txt", QFile::encodeName(working + "/d/l").constData()), 0);
+    const auto set = [&](const QString& item, mode_t mode, time_t seconds) {
+        const QByteArray path = QFile::encodeName(working + "/" + item);
+        const struct timespec times[2] = {{seconds, 0}, {seconds, 500000000}};
+        return (mode == 0 || ::chmod(path, mode) == 0) && ::utimensat(AT_FDCWD, path, times, AT_SYMLINK_NOFOLLOW) == 0;
+    };
+    ASSERT_TRUE(set("d/a.txt", 0640, 1000000000) && set("d/l", 0, 1100000000) && set("d", 0710, 1200000000));
 
-    EXPECT_EQ(place(profile(0), out(), shm.path()), "finished");
+    EXPECT_EQ(place(profile(0), out(), working), "finished");
 
-    struct stat placed;
-    ASSERT_EQ(::stat(QFile::encodeName(out("d/a.txt")), &placed), 0);
-    EXPECT_EQ(placed.st_mode & 07777, 0640u);
-    EXPECT_EQ(placed.st_mtim.tv_sec, 1000000000);
-    EXPECT_EQ(placed.st_mtim.tv_nsec, 500000000);
-    EXPECT_EQ(snapshot(out()), (QStringList{"d/", "d/a.txt=new"}));
-    EXPECT_EQ(snapshot(shm.path()), QStringList{"d/"}) << "moved, not copied";
+    QStringList placed;
+    for (const char* item : {"d", "d/a.txt", "d/l"}) {
+        struct stat st;
+        ASSERT_EQ(::lstat(QFile::encodeName(out(item)), &st), 0);
+        placed << QStringLiteral("%1 %2 %3.%4").arg(item).arg(st.st_mode & 07777, 0, 8).arg(st.st_mtim.tv_sec).arg(st.st_mtim.tv_nsec);
+    }
+    EXPECT_EQ(placed, (QStringList{"d 710 1200000000.500000000", "d/a.txt 640 1000000000.500000000", "d/l 777 1100000000.500000000"}));
+    EXPECT_EQ(snapshot(out()), (QStringList{"d/", "d/a.txt=new", "d/l->a.txt"}));
+    EXPECT_EQ(snapshot(working), QStringList{"d/"}) << "moved, not copied";
 }
+
+INSTANTIATE_TEST_SUITE_P(Metadata, KeepsMetadataTest, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "AcrossFileSystems" : "Renamed"; });
 
 } // namespace

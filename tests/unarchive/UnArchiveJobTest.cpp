@@ -137,6 +137,34 @@ INSTANTIATE_TEST_SUITE_P(Password, PasswordTest,
                                            PasswordCase{"Wrong", "wrong", false}, PasswordCase{"Empty", "", false}),
                          [](const auto& info) { return std::string(info.param.name); });
 
+// Two entries of one path, a link inside and one leading out (as zip -y writes them): the second entry arrives
+// numbered, the link leading out is not made, both are reported, and everything else is placed with its mode.
+TEST_F(UnArchiveRunTest, NumberedEntriesAndLinksLeftOutAreReportedAndTheRestPlaced)
+{
+    const mode_t mask = ::umask(022);
+    const QString archive = in("same.zip");
+    runTool("python3", {MOKUZA_SOURCE_DIR "/tests/zip/peer.py", "raw", archive,
+                        QStringLiteral(R"({"entries": [{"name": "a.txt", "data": "1"}, {"name": "a.txt", "data": "2"},
+                                                       {"name": "run.sh", "data": "x", "external": %1},
+                                                       {"name": "in", "data": "a.txt", "external": %2},
+                                                       {"name": "out", "data": "../x", "external": %2}]})")
+                            .arg(0100755u << 16).arg(0120777u << 16)});
+    freezeInputs();
+
+    runner.runUnArchive(nullptr, archive, profile(1, 1), out());
+    ::umask(mask);
+
+    EXPECT_EQ(snapshot(out()), (QStringList{"same/", "same/a 2.txt=2", "same/a.txt=1", "same/in->a.txt", "same/run.sh=x"}));
+    EXPECT_EQ(QFileInfo(out("same/run.sh")).permissions() & QFile::ExeOwner, QFile::ExeOwner);
+    QStringList errors;
+    for (const RQError& e : runner.errors()) {
+        errors << QStringLiteral("%1 %2 %3").arg(e.code()).arg(e.localizedRecoverySuggestion(), e.localizedDescription());
+    }
+    EXPECT_EQ(errors, (QStringList{"5 a.txt 書庫に同じ名前の項目があるため、名前に番号を付けて取り出しました。",
+                                   "6 out リンク先が展開先のフォルダの外にあるため、リンクを作成しませんでした。"}));
+    EXPECT_EQ(notices(), QStringList{"MOKUZA-FULL | " + archive + " | 解凍が完了しましたが、エラーがあります"});
+}
+
 TEST_F(UnArchiveRunTest, RealPromptIsCentredMaskedAndItsButtonAccepts)
 {
     const QString archive = makeArchive(in("secret.zip"), {"-P", "s3cret"});

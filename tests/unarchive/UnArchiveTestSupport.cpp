@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <unistd.h>
+
 namespace UnArchiveTestSupport {
 
 void makeTree(const QString& root, const QStringList& entries, const QByteArray& content)
@@ -27,7 +29,9 @@ QStringList snapshot(const QString& root)
     while (it.hasNext()) {
         const QFileInfo info(it.next());
         const QString relative = QDir(root).relativeFilePath(info.filePath());
-        lines << (info.isSymLink() ? relative + "->" + info.symLinkTarget()
+        QByteArray target(4096, '\0');
+        const ssize_t length = ::readlink(QFile::encodeName(info.filePath()).constData(), target.data(), size_t(target.size()));
+        lines << (info.isSymLink() ? relative + "->" + QFile::decodeName(target.left(qMax<ssize_t>(length, 0)))
                   : info.isDir()   ? relative + "/"
                                    : relative + "=" + TestEnvironment::readFile(info.filePath()));
     }

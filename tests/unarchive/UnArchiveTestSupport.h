@@ -16,7 +16,7 @@ namespace UnArchiveTestSupport {
 
 // Makes the entries below root: "x/" a folder, anything else a file holding content.
 void makeTree(const QString& root, const QStringList& entries, const QByteArray& content);
-// The tree below root, sorted: "dir/", "file=content", "link->target".
+// The tree below root, sorted: "dir/", "file=content", "link->target" (as stored).
 QStringList snapshot(const QString& root);
 // UTF-8 names, no exclusions.
 RKUnArchiveProfileSetting profile(qint32 unArchiveMode = 1, qint32 sameFileName = 0);

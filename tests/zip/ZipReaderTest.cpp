@@ -8,9 +8,12 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QRegularExpression>
+#include <QScopeGuard>
 
 #include <algorithm>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 using TestEnvironment::listTree;
 using TestEnvironment::readFile;
@@ -60,6 +63,77 @@ INSTANTIATE_TEST_SUITE_P(
                       PeerArchiveCase { "Python", "python3", { "-m", "zipfile", "-c", "$ZIP", "top" }, {} },
                       PeerArchiveCase { "PythonForcedZip64", {}, { "zip64-tree", "$ZIP", "$TOP" }, {} }), CaseName());
 
+// --- Unix metadata as Info-ZIP keeps it: modes (through the umask), times and links come back from every Unix maker;
+// our own archives follow links, storing what they point to with its mode and time
+
+struct MakerCase {
+    const char* name;
+    QString program; // empty: ours; "peer": peer.py
+    QStringList arguments; // run in src/; $ZIP replaced
+    bool keepsLinks;
+};
+
+using UnixMetadata = ZipTable<MakerCase>;
+
+TEST_P(UnixMetadata, ModesTimesAndLinksComeBack)
+{
+    const MakerCase& param = GetParam();
+    const mode_t mask = ::umask(022);
+    const auto restore = qScopeGuard([mask] { ::umask(mask); });
+    const QDateTime t0(QDate(2021, 3, 4), QTime(5, 6, 8));
+    const QString outside = file("outside.txt", "secret"), script = file("src/top/run.sh", "#!/bin/sh\n");
+    const QString data = file("src/top/private/data", "d");
+    QStringList items { path("src/top"), script, path("src/top/link"), path("src/top/out"), path("src/top/private"), data,
+                        path("src/top/private/up") };
+    using Link = std::pair<const char*, const char*>;
+    for (const auto& [from, to] : { Link { "link", "run.sh" }, Link { "out", "../../outside.txt" }, Link { "private/up", "../run.sh" } }) {
+        ASSERT_EQ(::symlink(to, QFile::encodeName(path("src/top/") + from).constData()), 0);
+    }
+    int hour = 0;
+    using Mode = std::pair<QString, int>; // 0: a link, whose mode is not its own
+    for (const auto& [item, mode] : { Mode { outside, 0600 }, Mode { script, 0755 }, Mode { data, 0640 }, Mode { items[2], 0 },
+                                      Mode { items[6], 0 }, Mode { items[4], 0700 }, Mode { items[0], 0755 } }) {
+        ASSERT_TRUE((mode == 0 || ::chmod(QFile::encodeName(item).constData(), mode_t(mode)) == 0) && setModified(item, t0.addSecs(3600 * ++hour)));
+    }
+    const QString zip = path("made.zip");
+    if (param.program.isEmpty()) {
+        archive(zip, items);
+    } else {
+        const QStringList arguments = QStringList(param.arguments).replaceInStrings("$ZIP", zip).replaceInStrings("$SRC", path("src"));
+        ASSERT_EQ(param.program == "peer" ? peer(arguments) : run(param.program, arguments, path("src")).exitCode, 0);
+    }
+
+    const QStringList notices = extract(zip, path("dest"));
+    EXPECT_EQ(notices.filter("error"), param.keepsLinks ? QStringList { "error 6 top/out" } : QStringList {});
+    QStringList found;
+    for (const QString& item : listTree(path("dest"))) {
+        struct stat st;
+        ASSERT_EQ(::lstat(QFile::encodeName(path("dest/") + item).constData(), &st), 0);
+        found << QString("%1 %2 %3").arg(item).arg(S_ISLNK(st.st_mode) ? "->" + linkTarget(path("dest/") + item) : QString::number(st.st_mode & 07777, 8))
+                     .arg(QDateTime::fromSecsSinceEpoch(st.st_mtim.tv_sec).secsTo(t0) / -3600);
+    }
+    // Hours after t0: outside 1, run.sh 2, data 3, link 4, up 5, private/ 6, top/ 7.
+    const QStringList links { "top/ 755 7", "top/link ->run.sh 4", "top/private/ 700 6", "top/private/data 640 3",
+                              "top/private/up ->../run.sh 5", "top/run.sh 755 2" };
+    const QStringList followed { "top/ 755 7", "top/link 755 2", "top/out 600 1", "top/private/ 700 6",
+                                 "top/private/data 640 3", "top/private/up 755 2", "top/run.sh 755 2" };
+    EXPECT_EQ(found, param.keepsLinks ? links : followed);
+    if (param.program.isEmpty()) { // as Info-ZIP reads ours
+        EXPECT_TRUE(QString::fromUtf8(run("zipinfo", { zip, "top/run.sh" }).out).startsWith("-rwxr-xr-x  3.0 unx"));
+        ASSERT_EQ(run("unzip", { "-q", zip, "-d", path("unzipped") }).exitCode, 0);
+        struct stat st;
+        ASSERT_EQ(::stat(QFile::encodeName(path("unzipped/top/run.sh")).constData(), &st), 0);
+        EXPECT_EQ(QString("%1 %2").arg(st.st_mode & 07777, 0, 8).arg(st.st_mtim.tv_sec), QString("755 %1").arg(t0.addSecs(7200).toSecsSinceEpoch()));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, UnixMetadata,
+    ::testing::Values(MakerCase { "Ours", {}, {}, false }, MakerCase { "InfoZipKeepingLinks", "zip", { "-q", "-r", "-y", "$ZIP", "top" }, true },
+                      MakerCase { "SevenZipKeepingLinks", "7z", { "a", "-tzip", "-snl", "-bd", "$ZIP", "top" }, true },
+                      MakerCase { "PythonExternalAttributes", "peer", { "unix-tree", "$ZIP", "$SRC/top" }, true }),
+    CaseName());
+
 // --- the reading adapter: list, then extract every listed name; nothing lands outside
 
 using ZipReader = ZipTest;
@@ -77,6 +151,10 @@ struct ReadCase {
 
 using ReadingAdapter = ZipTable<ReadCase>;
 
+namespace {
+QJsonObject linkEntry(const QString& name, const QString& target) { return { { "name", name }, { "data", target }, { "external", qint64(0120777) << 16 } }; }
+} // namespace
+
 TEST_P(ReadingAdapter, ListAndExtractEveryName)
 {
     const ReadCase& param = GetParam();
@@ -90,11 +168,15 @@ TEST_P(ReadingAdapter, ListAndExtractEveryName)
     ASSERT_TRUE(reader.UnzipOpenFile(path("a.zip"), param.password));
     const QStringList listed = reader.getZipFileContents64(param.encoding).value_or(QStringList { "<fails>" });
     EXPECT_EQ(listed, expand(param.listed));
-    for (const QString& name : listed) {
-        if (!reader.UnzipFileTo64(path("dest"), name, true, param.encoding)) {
-            log.messages << "no " + name;
+    for (qsizetype i = 0; i < listed.size(); ++i) {
+        if (!reader.UnzipFileTo64(path("dest"), i, true, param.encoding)) {
+            log.messages << "no " + listed[i];
+        }
+        if (reader.lastNameOutcome().numbered) {
+            log.messages << "numbered " + listed[i];
         }
     }
+    reader.UnzipCloseFile();
     EXPECT_EQ(log.messages, expand(param.log));
     EXPECT_EQ(contentsOf(path("dest")), expand(param.tree));
     EXPECT_EQ(listTree(m_dir.path()).filter(QRegularExpression("^(?!dest/)")), QStringList({ "a.zip", "outside/" }));
@@ -109,14 +191,15 @@ namespace {
 const char* const kOutside = "Entry name leads outside the destination folder";
 const char* const kOverlap = "Entry overlaps another entry";
 const char* const kDamaged = "Failed to read zip file";
+const char* const kLeaves = "Link target leads outside the destination folder";
 using E = QJsonObject;
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(
     Table, ReadingAdapter,
     ::testing::Values(
-        ReadCase { "CaseBlindLookupTakesTheFirstMatch", { entry("Read.txt", "first"), entry("read.txt", "second") }, 4,
-                   { "Read.txt", "read.txt" }, { "Read.txt=first" }, {} },
+        ReadCase { "NamesDifferingInCaseAreBothExtracted", { entry("Read.txt", "first"), entry("read.txt", "second") }, 4,
+                   { "Read.txt", "read.txt" }, { "Read.txt=first", "read.txt=second" }, {} },
         // Every record is listed; one that cannot be read fails alone, and nothing is written for it.
         ReadCase { "UnsupportedMethodFailsOnlyItsEntry", { entry("a.txt", "a"), E { { "name", "b.txt" }, { "data", "b" }, { "method", 98 } }, entry("c.txt", "c") },
                    4, { "a.txt", "b.txt", "c.txt" }, { "a.txt=a", "c.txt=c" }, { "Unsupported compression method 98", "no b.txt" } },
@@ -168,11 +251,34 @@ INSTANTIATE_TEST_SUITE_P(
         ReadCase { "TraversalDotDotAndAbsolute", { entry("../x", "evil"), entry("a/../../x", "evil"), entry("$OUT/x", "evil") }, 4,
                    { "../x", "a/../../x", "$OUT/x" }, {}, { kOutside, "no ../x", kOutside, "no a/../../x", kOutside, "no $OUT/x" } },
         ReadCase { "TraversalBackslashDotDot", { entry("..\\x", "evil") }, 4, { "../x" }, {}, { kOutside, "no ../x" } },
-        // A link is extracted as a file holding its target.
-        ReadCase { "TraversalLinkThenFileThroughIt",
-                   { E { { "name", "link" }, { "data", "$OUT" }, { "external", qint64(0120777) << 16 } }, entry("link/x", "evil") }, 4,
-                   { "link", "link/x" }, { "link=$OUT" }, { "Failed to open output file for writing", "no link/x" } }),
+        // A link is made when its target stays inside, however the kernel would resolve it, and never followed.
+        ReadCase { "LinksInsideAreMadeAndNeverFollowed",
+                   { entry("t.txt", "t"), linkEntry("in", "t.txt"), linkEntry("d/up", "../t.txt"), linkEntry("d/self", "."), linkEntry("in/x", "t.txt"),
+                     entry("in/y", "y") },
+                   4, { "t.txt", "in", "d/up", "d/self", "in/x", "in/y" },
+                   { "d/", "d/self->.", "d/up->../t.txt", "in->t.txt", "in 2/", "in 2/x->t.txt", "in 2/y=y", "t.txt=t" },
+                   { "numbered in/x" } },
+        ReadCase { "LinksLeadingOutAreNotMade",
+                   { linkEntry("abs", "$OUT"), linkEntry("up", "../x"), linkEntry("d/upup", "../../x"), linkEntry("d/back", "../d/../../x"),
+                     linkEntry("empty", ""), linkEntry("abs", "t") },
+                   4, { "abs", "up", "d/upup", "d/back", "empty", "abs" }, { "abs->t" },
+                   { kLeaves, "no abs", kLeaves, "no up", kLeaves, "no d/upup", kLeaves, "no d/back", kLeaves, "no empty" } },
+        // Two entries landing on one path: the second is numbered, and a folder a file holds takes its entries along.
+        ReadCase { "SamePathTwiceIsNumbered",
+                   { entry("a.txt", "1"), entry("a.txt", "2"), entry("x", "file"), entry("x/y", "y"), entry("x/z", "z"), entry("d/"),
+                     entry("d", "file"), entry("d/", "") },
+                   4, { "a.txt", "a.txt", "x", "x/y", "x/z", "d/", "d", "d/" },
+                   { "a 2.txt=2", "a.txt=1", "d 2=file", "d/", "x=file", "x 2/", "x 2/y=y", "x 2/z=z" },
+                   { "numbered a.txt", "numbered x/y", "numbered d" } }),
     CaseName());
+
+TEST_F(ZipReader, LookupByNameTakesTheFirstCaseBlindMatch)
+{
+    ZipArchive reader;
+    ASSERT_TRUE(reader.UnzipOpenFile(makeRaw(path("a.zip"), { entry("Read.txt", "first"), entry("read.txt", "second") })));
+    EXPECT_TRUE(reader.UnzipFileTo64(path("dest"), "read.txt", true, 4));
+    EXPECT_EQ(contentsOf(path("dest")), QStringList { "Read.txt=first" });
+}
 
 TEST_F(ZipReader, ZeroDateKeepsTheTimeOfExtraction)
 {

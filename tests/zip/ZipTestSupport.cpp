@@ -4,11 +4,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QRandomGenerator>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 void Recorder::add(const QString& line, bool ends)
 {
@@ -112,9 +114,19 @@ QStringList contentsOf(const QString& root)
 {
     QStringList items = TestEnvironment::listTree(root);
     for (QString& item : items) {
-        item += item.endsWith('/') ? QString() : "=" + QString::fromLatin1(TestEnvironment::readFile(root + "/" + item));
+        const QString target = QFileInfo(root + "/" + item).isSymLink() ? QFile::decodeName(linkTarget(root + "/" + item)) : QString();
+        item += item.endsWith('/') ? QString()
+            : target.isNull()      ? "=" + QString::fromLatin1(TestEnvironment::readFile(root + "/" + item))
+                                   : "->" + target;
     }
     return items;
+}
+
+QByteArray linkTarget(const QString& path)
+{
+    QByteArray target(4096, '\0');
+    const ssize_t length = ::readlink(QFile::encodeName(path).constData(), target.data(), size_t(target.size()));
+    return length < 0 ? QByteArray() : target.left(length);
 }
 
 bool setModified(const QString& path, const QDateTime& when)

@@ -86,13 +86,14 @@ std::ostream& operator<<(std::ostream& os, const Case& param) { return os << par
 
 // tests/zip/peer.py (Python's zipfile): its exit code; stdout into out.
 int peer(const QStringList& arguments, QByteArray* out = nullptr);
-// One object per entry: name (stored bytes, hex), text (name as UTF-8), flag, method, crc,
-// size, date_time ("yyyy-MM-dd hh:mm:ss").
+// One object per entry: name (stored bytes, hex), text (name as UTF-8), cp932 (as Shift-JIS), flag, method, crc,
+// made_by, mode (external attributes >> 16), size, date_time ("yyyy-MM-dd hh:mm:ss").
 QList<QJsonObject> inspect(const QString& zip);
 QStringList entryNames(const QString& zip); // the "text" of every entry
 // An archive built byte by byte: see peer.py raw (layout: its keys but "entries").
 QString makeRaw(const QString& zip, const QJsonArray& entries, QJsonObject layout = {});
 QJsonObject entry(const QString& name, const QString& data = {});
-QStringList contentsOf(const QString& root); // listTree, files as "name=<contents as Latin-1>"
+QStringList contentsOf(const QString& root); // listTree, files as "name=<contents as Latin-1>", links as "name->target"
+QByteArray linkTarget(const QString& path);  // as stored; null when not a link
 bool setModified(const QString& path, const QDateTime& when); // links not followed
 QByteArray randomBytes(int size, quint32 seed);

@@ -16,7 +16,7 @@ using TestEnvironment::listTree;
 using TestEnvironment::readFile;
 using TestEnvironment::run;
 
-// --- every reader accepts what is written (encrypted: only with the password); version made by 0, needed 2.0,
+// --- every reader accepts what is written (encrypted: only with the password); made by Unix 3.0, needed 2.0,
 // flag bits by level, no bit 3 or 11. Files deflated ahead of the writer, in chunks joined into one stream, give
 // the header bytes and progress reports of the adapter deflating them itself (the data may differ).
 
@@ -96,8 +96,9 @@ TEST_P(WrittenArchive, PassesEveryPeerWithTheHeaderFieldsOfItsLevel)
     EXPECT_EQ(QString("%1 %2 %3 ").arg(top["text"].toString()).arg(top["size"].toInt()).arg(top["crc"].toInt()) + top["date_time"].toString(),
               "top/ 0 0 2021-03-04 05:06:08");
     const QString info = QString::fromUtf8(run("zipinfo", { "-v", zip }).out).simplified();
-    for (const char* line : { "version of encoding software: 0.0", "minimum software version required to extract: 2.0",
-                              "extended local header: no" }) {
+    for (const char* line : { "file system or operating system of origin: Unix", "version of encoding software: 3.0",
+                              "minimum software version required to extract: 2.0", "extended local header: no",
+                              "The central-directory extra field contains: - A subfield with ID 0x5455 (universal time) and 5 data bytes." }) {
         EXPECT_EQ(info.count(QLatin1String(line)), contents.size()) << line;
     }
     bytes[bytes.indexOf("top/random") + 10 + 12 + 100] ^= 1; // inside its data, past an encryption header
@@ -114,8 +115,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 using ZipWriter = ZipTest;
 
-// --- one entry: its name in the chosen encoding (no UTF-8 flag) and its time (local fields, two-second resolution,
-// clamped into 1980..2107; links followed)
+// --- one entry: its name in the chosen encoding (no UTF-8 flag; "_" for what Shift-JIS lacks) and its time (local
+// fields, two-second resolution, clamped into 1980..2107; links followed)
 
 struct EntryCase {
     const char* name;
@@ -135,8 +136,9 @@ TEST_P(StoredEntry, NameBytesTimeAndSize)
     const EntryCase& param = GetParam();
     QString item = file(param.fileName, "contents");
     ASSERT_TRUE(setModified(item, param.modified));
-    if (param.throughLink) {
-        ASSERT_EQ(::symlink(QFile::encodeName(item).constData(), QFile::encodeName(path("link")).constData()), 0);
+    if (param.throughLink) { // relative, as links mostly are: taken from the link's folder
+        ASSERT_EQ(::chmod(QFile::encodeName(item).constData(), 0750), 0);
+        ASSERT_EQ(::symlink(QFile::encodeName(param.fileName).constData(), QFile::encodeName(path("link")).constData()), 0);
         item = path("link");
     }
     archive(path("out.zip"), { item }, {}, 4, param.encoding);
@@ -147,6 +149,7 @@ TEST_P(StoredEntry, NameBytesTimeAndSize)
     EXPECT_EQ(entries[0]["flag"].toInt() & 0x800, 0);
     EXPECT_EQ(entries[0]["date_time"].toString(), param.stored);
     EXPECT_EQ(entries[0]["size"].toInt(), 8);
+    EXPECT_TRUE(!param.throughLink || entries[0]["mode"].toInt() == 0100750) << "the target's mode";
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -154,7 +157,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(EntryCase { .name = "ShiftJisKanji", .fileName = "日本語.txt", .storedHex = "93fa967b8cea2e747874" },
                       EntryCase { .name = "ShiftJisHalfwidthKanaComposed", .fileName = "ｶﾞ", .storedHex = "834b" },
                       EntryCase { .name = "ShiftJisCompatibilityFormsNormalised", .fileName = "～∥①", .storedHex = "7e816131" },
-                      EntryCase { .name = "ShiftJisWithoutFormIsDash", .fileName = "한.txt", .storedHex = "2d" },
+                      EntryCase { .name = "ShiftJisWithoutFormIsUnderscore", .fileName = "한.txt", .storedHex = "5f2e747874" },
                       // What input methods type and NFKC makes (of ￢ ￠ ￡ ￤) takes the forms Windows shows.
                       EntryCase { .name = "ShiftJisWindowsForms", .fileName = "〜−￢‖—¢£¦", .storedHex = "8160817c81ca8161815c81918192fa55",
                                   .cp932 = "～－￢∥―￠￡￤" },
@@ -162,7 +165,7 @@ INSTANTIATE_TEST_SUITE_P(
                       EntryCase { .name = "OddSecondRoundsDown", .modified = { { 2019, 7, 1 }, { 13, 45, 31 } }, .stored = "2019-07-01 13:45:30" },
                       EntryCase { .name = "Before1980IsClamped", .modified = { { 1975, 5, 5 }, { 1, 2, 3 } }, .stored = "1980-01-01 00:00:00" },
                       EntryCase { .name = "After2107IsClamped", .modified = { { 2200, 5, 5 }, { 1, 2, 3 } }, .stored = "2107-12-31 23:59:58" },
-                      EntryCase { .name = "LinkStoresItsTarget", .storedHex = "6c696e6b", .throughLink = true }),
+                      EntryCase { .name = "LinkStoresItsTargetWithItsTimeAndMode", .storedHex = "6c696e6b", .throughLink = true }),
     CaseName());
 
 // --- what is at the location is only ever replaced by a complete archive

@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
 """Python's zipfile as a peer of the zip tests. inspect ZIP: raw header fields, a JSON object per entry; headers ZIP:
 every header byte but the compressed size and the offsets; test ZIP [PASSWORD]: exit 0 when every entry is intact;
-zip64-tree ZIP FOLDER: as -m zipfile -c, files in ZIP64 form; wrapped ZIP COUNT: no ZIP64 end record, so the count wraps;
+zip64-tree ZIP FOLDER: as -m zipfile -c, files in ZIP64 form; unix-tree ZIP FOLDER: as zip -ry does, links stored as links
+(the mode in external_attr, the target as data); wrapped ZIP COUNT: no ZIP64 end record, so the count wraps;
 raw ZIP LAYOUT_JSON: see raw()."""
 import json
 import lzma
 import os
 import struct
 import sys
+import time
 import zipfile
 import zlib
 
@@ -17,6 +19,7 @@ def inspect(path):
         for info in archive.infolist():
             raw = info.orig_filename.encode("utf-8" if info.flag_bits & 0x800 else "cp437")
             print(json.dumps({"name": raw.hex(), "text": raw.decode("utf-8", "replace"), "cp932": raw.decode("cp932", "replace"), "flag": info.flag_bits, "method": info.compress_type, "crc": info.CRC,
+                              "made_by": info.create_system << 8 | info.create_version, "mode": info.external_attr >> 16,
                               "size": info.file_size, "date_time": "%04d-%02d-%02d %02d:%02d:%02d" % info.date_time}))
 
 
@@ -46,6 +49,22 @@ def zip64_tree(path, folder):
     open_entry = zipfile.ZipFile.open
     zipfile.ZipFile.open = lambda self, name, mode="r", pwd=None, **_: open_entry(self, name, mode, pwd, force_zip64=True)
     zipfile.main(["-c", path, folder])
+
+
+def unix_tree(path, folder):
+    base = os.path.dirname(folder)
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
+        archive.write(folder, os.path.basename(folder))
+        for root, folders, files in os.walk(folder):
+            for name in sorted(folders) + sorted(files):
+                full = os.path.join(root, name)
+                if os.path.islink(full):
+                    st = os.lstat(full)
+                    info = zipfile.ZipInfo(os.path.relpath(full, base), time.localtime(st.st_mtime)[:6])
+                    info.external_attr = st.st_mode << 16
+                    archive.writestr(info, os.readlink(full))
+                else:
+                    archive.write(full, os.path.relpath(full, base))
 
 
 def wrapped(path, total):
@@ -128,5 +147,5 @@ def raw(path, layout_json):
 
 
 if __name__ == "__main__":
-    commands = {"inspect": inspect, "headers": headers, "test": test, "zip64-tree": zip64_tree, "wrapped": wrapped, "raw": raw}
+    commands = {"inspect": inspect, "headers": headers, "test": test, "zip64-tree": zip64_tree, "unix-tree": unix_tree, "wrapped": wrapped, "raw": raw}
     sys.exit(commands[sys.argv[1]](*sys.argv[2:]))
