@@ -154,7 +154,8 @@ bool moveFile(const QString& from, const QString& to)
             linkTarget.truncate(length);
             copied = ::symlink(linkTarget.constData(), target.constData()) == 0;
             const struct timespec times[2] = {st.st_atim, st.st_mtim};
-            copied = copied && ::utimensat(AT_FDCWD, target.constData(), times, AT_SYMLINK_NOFOLLOW) == 0;
+            copied = copied
+                && ::utimensat(AT_FDCWD, target.constData(), times, AT_SYMLINK_NOFOLLOW) == 0;
         }
     } else if (S_ISREG(st.st_mode)) {
         copied = copyRegularFile(source, target, st);

@@ -601,7 +601,6 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
     // A name without a form in the encoding is stored as "-" by the container.
     const qint64 headerOffset = d->writeDevice->pos();
     const qint64 nameLength = stored.bytes.isNull() ? 1 : stored.bytes.size();
-    d->hasZip64Entry = d->hasZip64Entry || zip64 || headerOffset >= qint64(0xFFFFFFFF);
     const int opened = zipOpenNewFileInZip4_64(
         d->_zipFile, stored.bytes.isNull() ? nullptr : stored.bytes.constData(), &info, timestamp,
         timestampSize, timestamp, timestampSize, nullptr, Z_DEFLATED, level, deflated ? 1 : 0,
@@ -667,6 +666,9 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
     if (closed != ZIP_OK) {
         d->writeFailed = true;
     }
+    // A size or offset of all ones or more takes the ZIP64 form at closing.
+    d->hasZip64Entry = d->hasZip64Entry || zip64 || done >= 0xFFFFFFFFu
+        || d->writeDevice->pos() >= qint64(0xFFFFFFFF);
     if (!zip64 && !d->completeLocalHeader(headerOffset, 30 + nameLength + timestampSize, done)) {
         result = false;
     }
@@ -749,8 +751,8 @@ bool ZipArchive::Private::markMadeByUnix()
     const int fd = int(writeDevice->handle());
     const qint64 size = writeDevice->size();
     char tail[20 + 22];
-    if (size < qint64(sizeof tail)
-        || ZipFileIo::preadFully(fd, tail, sizeof tail, size - qint64(sizeof tail)) != qint64(sizeof tail)) {
+    const qint64 tailSize = qint64(sizeof tail);
+    if (size < tailSize || ZipFileIo::preadFully(fd, tail, tailSize, size - tailSize) != tailSize) {
         return false;
     }
     const char* locator = tail;
@@ -767,7 +769,8 @@ bool ZipArchive::Private::markMadeByUnix()
         directoryOffset = qint64(ZipFileIo::u64(wide + 48));
     }
     QByteArray directory(directorySize, Qt::Uninitialized);
-    if (ZipFileIo::preadFully(fd, directory.data(), directorySize, directoryOffset) != directorySize) {
+    if (ZipFileIo::preadFully(fd, directory.data(), directorySize, directoryOffset)
+        != directorySize) {
         return false;
     }
     for (qsizetype at = 0; at + 46 <= directory.size();) {
@@ -1093,14 +1096,16 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
     }
     const ZipExtractedPaths::Path placed = d->extractedPaths.claim(*components, isFolder, at);
     d->nameOutcome.numbered = placed.numbered;
+    QString relative = placed.folders.join(QLatin1Char('/'));
+    if (!isFolder) {
+        relative += relative.isEmpty() ? placed.leaf : QLatin1Char('/') + placed.leaf;
+    }
     QString outputPath = path;
-    for (const QString& component : placed.folders + QStringList(placed.leaf)) {
-        if (!component.isEmpty()) {
-            if (!outputPath.endsWith(QLatin1Char('/'))) {
-                outputPath += QLatin1Char('/');
-            }
-            outputPath += component;
+    if (!relative.isEmpty()) {
+        if (!outputPath.endsWith(QLatin1Char('/'))) {
+            outputPath += QLatin1Char('/');
         }
+        outputPath += relative;
     }
     const std::optional<time_t> modified = d->modificationTime(record);
 

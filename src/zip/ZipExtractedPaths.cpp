@@ -67,8 +67,8 @@ ZipExtractedPaths::Path ZipExtractedPaths::claim(const QStringList& components, 
     if (isFolder) {
         return path;
     }
-    const QString parent = path.folders.isEmpty() ? QString()
-                                                  : path.folders.join(QLatin1Char('/')) + QLatin1Char('/');
+    const QString parent =
+        path.folders.isEmpty() ? QString() : path.folders.join(QLatin1Char('/')) + QLatin1Char('/');
     const QString& leaf = components.last();
     path.leaf = leaf;
     for (int number = 2;; ++number) {

@@ -43,14 +43,16 @@ void ZipStoredNames::clear()
     m_numberedFolders.clear();
 }
 
-QString ZipStoredNames::storedForm(const QString& name, quint64 encoding, bool* replaced) const
+QString ZipStoredNames::storedForm(const QString& name, quint64 encoding, bool* replaced,
+                                   std::optional<QByteArray>* bytes) const
 {
     QString form = name;
     if (encoding == kShiftJIS) {
         form = windowsForms(RKStringEncoding::precomposedStringWithCompatibilityMapping(form));
     }
     *replaced = false;
-    if (RKStringEncoding::encode(form, encoding)) {
+    *bytes = RKStringEncoding::encode(form, encoding);
+    if (*bytes) {
         return form;
     }
     // Only what cannot be written goes: a character (a surrogate pair taken
@@ -58,8 +60,9 @@ QString ZipStoredNames::storedForm(const QString& name, quint64 encoding, bool* 
     QString kept;
     kept.reserve(form.size());
     for (qsizetype i = 0; i < form.size();) {
-        const qsizetype length =
-            form.at(i).isHighSurrogate() && i + 1 < form.size() && form.at(i + 1).isLowSurrogate() ? 2 : 1;
+        const bool pair = form.at(i).isHighSurrogate() && i + 1 < form.size()
+            && form.at(i + 1).isLowSurrogate();
+        const qsizetype length = pair ? 2 : 1;
         const QString character = form.mid(i, length);
         if (RKStringEncoding::encode(character, encoding)) {
             kept += character;
@@ -69,6 +72,7 @@ QString ZipStoredNames::storedForm(const QString& name, quint64 encoding, bool* 
         }
         i += length;
     }
+    *bytes = RKStringEncoding::encode(kept, encoding);
     return kept;
 }
 
@@ -88,9 +92,11 @@ ZipStoredNames::Name ZipStoredNames::claim(const QString& name, bool isFolder, q
             }
         }
     }
-    form += storedForm(name.mid(followed), encoding, &result.charactersReplaced);
-
-    std::optional<QByteArray> key = RKStringEncoding::encode(form, encoding);
+    std::optional<QByteArray> key;
+    form += storedForm(name.mid(followed), encoding, &result.charactersReplaced, &key);
+    if (followed > 0) {
+        key = RKStringEncoding::encode(form, encoding);
+    }
     if (!key) {
         return result;
     }
@@ -118,7 +124,8 @@ ZipStoredNames::Name ZipStoredNames::claim(const QString& name, bool isFolder, q
     }
     m_taken.insert(*key);
     if (isFolder) {
-        const std::optional<QByteArray> bytes = RKStringEncoding::encode(form + QLatin1Char('/'), encoding);
+        const std::optional<QByteArray> bytes =
+            RKStringEncoding::encode(form + QLatin1Char('/'), encoding);
         result.bytes = bytes ? *bytes : QByteArray();
     } else {
         result.bytes = *std::move(key);

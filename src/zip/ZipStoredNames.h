@@ -5,6 +5,8 @@
 #include <QSet>
 #include <QString>
 
+#include <optional>
+
 // The stored names of the entries of one archive being written: each name in
 // the names encoding, and never the same bytes twice, so that no entry hides
 // another when the archive is extracted.
@@ -35,7 +37,9 @@ public:
     Name claim(const QString& name, bool isFolder, quint64 encoding);
 
 private:
-    QString storedForm(const QString& name, quint64 encoding, bool* replaced) const;
+    // The name as it is stored, and its bytes (nullopt: it has no form).
+    QString storedForm(const QString& name, quint64 encoding, bool* replaced,
+                       std::optional<QByteArray>* bytes) const;
 
     QSet<QByteArray> m_taken; // stored bytes without a folder's "/"
     // A folder's given name → the numbered form its contents follow.
