@@ -20,6 +20,9 @@ public:
     virtual bool reserveExit() const = 0;
     // Ends the application.
     virtual void terminate() = 0;
+    // True once the program was told to stop as a whole (a signal): the run
+    // under way was cancelled and no further run is started.
+    virtual bool stopping() const { return false; }
 
     // The archive runner window, loaded on first use.
     virtual RKArchiveRunner* progressWindow() = 0;

@@ -1,6 +1,6 @@
-#include "cli/RKInterruptWatcher.h"
+#include "platform/RKInterruptWatcher.h"
 
-#include "cli/RKTerminal.h"
+#include "platform/RKLeftovers.h"
 
 #include <atomic>
 #include <csignal>
@@ -12,15 +12,18 @@ namespace {
 
 std::atomic<int> g_signal{0};
 int g_pipe[2] = {-1, -1};
+void (*g_beforeExit)() = nullptr;
 
 void onSignal(int signalNumber)
 {
     int expected = 0;
     if (!g_signal.compare_exchange_strong(expected, signalNumber)) {
-        // Asked twice: the user does not want to wait for the cancel.
-        RKTerminal::restoreEchoFromSignal();
-        static const char line[] = "\n";
-        [[maybe_unused]] const ssize_t ignored = ::write(STDERR_FILENO, line, sizeof line - 1);
+        // Asked twice: the user does not want to wait for the cancel. What a
+        // signal handler can remove goes; the rest the next start removes.
+        RKLeftovers::removeFilesNow();
+        if (g_beforeExit) {
+            g_beforeExit();
+        }
         ::_exit(128 + signalNumber);
     }
     const char byte = char(signalNumber);
@@ -40,12 +43,15 @@ void install(int signalNumber)
 
 } // namespace
 
-RKInterruptWatcher::RKInterruptWatcher(QObject* parent)
+RKInterruptWatcher::RKInterruptWatcher(const QList<int>& signalNumbers, void (*beforeExit)(),
+                                       QObject* parent)
     : QObject(parent)
+    , m_signals(signalNumbers)
 {
     if (::pipe2(g_pipe, O_CLOEXEC | O_NONBLOCK) != 0) {
-        return; // without the pipe the default action (ending at once) stays
+        return; // without the pipe the default actions (ending at once) stay
     }
+    g_beforeExit = beforeExit;
     m_notifier = std::make_unique<QSocketNotifier>(g_pipe[0], QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
         char byte = 0;
@@ -53,14 +59,16 @@ RKInterruptWatcher::RKInterruptWatcher(QObject* parent)
         }
         emit interrupted(g_signal.load());
     });
-    install(SIGINT);
-    install(SIGTERM);
+    for (const int signalNumber : m_signals) {
+        install(signalNumber);
+    }
 }
 
 RKInterruptWatcher::~RKInterruptWatcher()
 {
-    ::signal(SIGINT, SIG_DFL);
-    ::signal(SIGTERM, SIG_DFL);
+    for (const int signalNumber : m_signals) {
+        ::signal(signalNumber, SIG_DFL);
+    }
     m_notifier.reset();
     for (int& fd : g_pipe) {
         if (fd >= 0) {
