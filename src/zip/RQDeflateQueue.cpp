@@ -93,6 +93,9 @@ struct Job : RQDeflateJob {
     quint64 cost = 0;
     std::shared_ptr<Buffers> buffers;
     std::vector<char> out;
+    std::shared_ptr<const std::atomic<bool>> cancel;
+
+    bool cancelled() const { return cancel && cancel->load(std::memory_order_relaxed); }
 };
 
 // A file of up to a chunk, deflated in one go.
@@ -106,6 +109,9 @@ struct WholeJob : Job {
 
     void run(ZipDeflater& deflater, std::vector<char>& input) override
     {
+        if (cancelled()) {
+            return;
+        }
         quint64 planned = 0;
         const int fd = openRegular(path, &planned);
         if (fd < 0) {
@@ -166,6 +172,7 @@ struct ChunkJob : Job {
 
     bool failed = false;    // no stream piece could be made
     bool shortRead = false; // the file ended early or could not be read: this piece ends the stream
+    int readError = 0;      // errno of a read that failed
     quint64 got = 0;
     unsigned long crc = 0;
     bool text = false;
@@ -176,7 +183,14 @@ struct ChunkJob : Job {
         if (input.size() < window + length) {
             input.resize(window + length);
         }
+        if (cancelled()) {
+            failed = true;
+            return;
+        }
         const qint64 n = readAt(source->fd, input.data(), window + length, offset - window);
+        if (n < 0) {
+            readError = errno;
+        }
         const quint64 read = n < 0 ? 0 : quint64(n);
         // Without its whole window the piece cannot follow the one before; it
         // ends the stream with what it has, which the next read then lacks.
@@ -233,6 +247,7 @@ struct RQDeflateQueue::Private {
     RQDeflatePool& pool;
     QStringList items;
     int level;
+    std::shared_ptr<const std::atomic<bool>> cancel;
     std::shared_ptr<Buffers> buffers = std::make_shared<Buffers>();
     quint64 budget;
     int maxUnits;
@@ -242,10 +257,12 @@ struct RQDeflateQueue::Private {
     int planned = 0;
     quint64 inFlight = 0;
 
-    Private(RQDeflatePool& p, const QStringList& list, int l)
+    Private(RQDeflatePool& p, const QStringList& list, int l,
+            std::shared_ptr<const std::atomic<bool>> flag)
         : pool(p)
         , items(list)
         , level(l)
+        , cancel(std::move(flag))
         , budget(kChunkSize * kChunksPerThread * quint64(p.threadCount()))
         , maxUnits(kItemsPerThread * p.threadCount())
     {
@@ -324,6 +341,9 @@ public:
         std::vector<char> buffer(64 * 1024);
         unsigned long crc = 0;
         for (quint64 at = 0;;) {
+            if (m_queue->cancel && m_queue->cancel->load(std::memory_order_relaxed)) {
+                return ~0UL;
+            }
             const qint64 n = readAt(m_source->fd, buffer.data(), buffer.size(), at);
             if (n < 0) {
                 return ~0UL;
@@ -370,6 +390,7 @@ public:
         m_queue->fill();
         m_queue->pool.complete(m_current);
         const ChunkJob& chunk = *m_current;
+        m_error = chunk.readError;
         if (chunk.failed) {
             m_ended = true;
             m_complete = false;
@@ -386,9 +407,11 @@ public:
 
     unsigned long crc() const override { return m_crc; }
     bool isComplete() const override { return m_ended && m_complete; }
+    int systemError() const override { return m_error; }
 
 private:
     RQDeflateQueue::Private* m_queue;
+    int m_error = 0;
     std::shared_ptr<Source> m_source;
     std::shared_ptr<ChunkJob> m_current;
     unsigned long m_crc = 0;
@@ -415,6 +438,7 @@ Unit RQDeflateQueue::Private::plan(const QString& item) const
         unit.whole->path = path;
         unit.whole->level = level;
         unit.whole->buffers = buffers;
+        unit.whole->cancel = cancel;
         unit.whole->cost = quint64(st.st_size);
         return unit;
     }
@@ -457,6 +481,7 @@ bool RQDeflateQueue::Private::scheduleNext(Unit& unit)
     chunk->level = level;
     chunk->last = ++unit.chunksScheduled == unit.chunkCount;
     chunk->buffers = buffers;
+    chunk->cancel = cancel;
     chunk->cost = cost;
     unit.chunks.push_back(chunk);
     pool.post(std::move(chunk));
@@ -497,8 +522,9 @@ void RQDeflateQueue::Private::discard(Unit& unit)
     unit.chunks.clear();
 }
 
-RQDeflateQueue::RQDeflateQueue(RQDeflatePool& pool, const QStringList& items, int level)
-    : d(std::make_unique<Private>(pool, items, level))
+RQDeflateQueue::RQDeflateQueue(RQDeflatePool& pool, const QStringList& items, int level,
+                               std::shared_ptr<const std::atomic<bool>> cancel)
+    : d(std::make_unique<Private>(pool, items, level, std::move(cancel)))
 {
 }
 

@@ -4,6 +4,7 @@
 
 #include <QStringList>
 
+#include <atomic>
 #include <deque>
 #include <memory>
 
@@ -17,13 +18,17 @@ class RQDeflatePool;
 //
 // Memory stays bounded whatever the input: only a few chunks' worth of input
 // per thread is read ahead, and reading waits while the writer is behind.
+// Once the cancel flag is set, jobs not yet begun do nothing and a file's
+// pieces end at once, so a cancelled run is not held up by its read-ahead.
 // Used by the writer's thread only.
 class RQDeflateQueue
 {
 public:
     static constexpr quint64 kChunkSize = 256 * 1024;
 
-    RQDeflateQueue(RQDeflatePool& pool, const QStringList& items, int level);
+    // cancel (may be null) must outlive the queue and the jobs it posted.
+    RQDeflateQueue(RQDeflatePool& pool, const QStringList& items, int level,
+                   std::shared_ptr<const std::atomic<bool>> cancel = {});
     // Drops what was not taken; jobs already running end on their own.
     ~RQDeflateQueue();
 

@@ -1,6 +1,7 @@
 #include "zip/RQError.h"
 
 #include "platform/RKAppInfo.h"
+#include "platform/RKSystemError.h"
 
 namespace {
 
@@ -20,6 +21,16 @@ QString archiverMessage(int code)
                               "その文字を「_」に置き換えて格納しました。");
     case 7:
         return QStringLiteral("書庫に同じ名前の項目があるため、名前に番号を付けて格納しました。");
+    case 8:
+        return QStringLiteral("項目を読み込めませんでした。");
+    case 9:
+        return QStringLiteral("通常のファイルでもフォルダでもない項目（パイプ、ソケット、デバイス）は格納できません。");
+    case 10:
+        return QStringLiteral("リンク先が見つかりません。");
+    case 11:
+        return QStringLiteral("書庫を書き込めませんでした。");
+    case 12:
+        return QStringLiteral("格納できた項目がないため、書庫は作成されませんでした。");
     case 200:
         return QStringLiteral("書庫のサイズが4Gを超過しています。書庫が破損している可能性があります。");
     case 999:
@@ -67,10 +78,11 @@ QString fileCopyMessage(int code)
 
 } // namespace
 
-RQError::RQError(Family family, int code, const QString& filePath)
+RQError::RQError(Family family, int code, const QString& filePath, int systemError)
     : m_family(family)
     , m_code(code)
     , m_filePath(filePath.isNull() ? QStringLiteral("") : filePath)
+    , m_systemError(systemError)
 {
     switch (family) {
     case Family::Archiver:
@@ -85,19 +97,19 @@ RQError::RQError(Family family, int code, const QString& filePath)
     }
 }
 
-RQError RQError::initWithErrorCode(int code, const QString& filePath)
+RQError RQError::initWithErrorCode(int code, const QString& filePath, int systemError)
 {
-    return RQError(Family::Archiver, code, filePath);
+    return RQError(Family::Archiver, code, filePath, systemError);
 }
 
-RQError RQError::initWithUnArchiverErrorCode(int code, const QString& filePath)
+RQError RQError::initWithUnArchiverErrorCode(int code, const QString& filePath, int systemError)
 {
-    return RQError(Family::UnArchiver, code, filePath);
+    return RQError(Family::UnArchiver, code, filePath, systemError);
 }
 
-RQError RQError::initWithFileCopyUtilErrorCode(int code, const QString& filePath)
+RQError RQError::initWithFileCopyUtilErrorCode(int code, const QString& filePath, int systemError)
 {
-    return RQError(Family::FileCopy, code, filePath);
+    return RQError(Family::FileCopy, code, filePath, systemError);
 }
 
 QString RQError::domain() const
@@ -127,7 +139,13 @@ bool RQError::isReportOnly() const
     return false;
 }
 
+QString RQError::localizedFailureReason() const
+{
+    return RKSystemError::text(m_systemError);
+}
+
 bool RQError::operator==(const RQError& other) const
 {
-    return m_family == other.m_family && m_code == other.m_code && m_filePath == other.m_filePath;
+    return m_family == other.m_family && m_code == other.m_code && m_filePath == other.m_filePath
+        && m_systemError == other.m_systemError;
 }

@@ -9,6 +9,8 @@
 #include <QUrl>
 
 #include <atomic>
+#include <cerrno>
+#include <dirent.h>
 #include <mutex>
 #include <sys/stat.h>
 
@@ -32,10 +34,33 @@ QString basePathOf(const QString& path)
     return base;
 }
 
-bool exists(const QString& path)
+// What the step finds at an item's path (links followed).
+enum class Found { Storable, Missing, Unreadable, Special, DanglingLink };
+
+Found examine(const QString& path, int* error)
 {
+    const QByteArray native = QFile::encodeName(path);
     struct stat st;
-    return ::stat(QFile::encodeName(path).constData(), &st) == 0;
+    if (::stat(native.constData(), &st) != 0) {
+        *error = errno;
+        struct stat link;
+        if (::lstat(native.constData(), &link) == 0 && S_ISLNK(link.st_mode)) {
+            return *error == ENOENT ? Found::DanglingLink : Found::Unreadable;
+        }
+        return *error == ENOENT ? Found::Missing : Found::Unreadable;
+    }
+    if (S_ISDIR(st.st_mode)) {
+        // A folder that cannot be listed would be stored empty: its contents
+        // are missing, not absent.
+        DIR* dir = ::opendir(native.constData());
+        if (!dir) {
+            *error = errno;
+            return Found::Unreadable;
+        }
+        ::closedir(dir);
+        return Found::Storable;
+    }
+    return S_ISREG(st.st_mode) ? Found::Storable : Found::Special;
 }
 
 } // namespace
@@ -49,9 +74,11 @@ struct RQZipArchiver::Private {
     // Everything one run touches. A new run gets a new object, so a run that is
     // still winding down on the worker never shares state with the next one.
     struct Run {
-        std::atomic<bool> isCancelled { false };
+        // Shared with the deflate jobs, which may outlive the run's steps.
+        std::shared_ptr<std::atomic<bool>> isCancelled = std::make_shared<std::atomic<bool>>(false);
         ZipArchive zip;
         bool created = false;
+        int stored = 0; // entries written
         QStringList archiveFiles;
         int archiveProgress = 0;
         QString basePath;
@@ -82,11 +109,16 @@ struct RQZipArchiver::Private {
     }
 
     void raise(Run& run, const RQError& error);
-    // Closes the archive and forgets the run's list; false when an archive
-    // was open and could not be completed.
-    bool closeZip(Run& run);
-    // Reads the closed archive back; its CRC-32, or code 5.
-    void verify(Run& run, const QString& archivePath);
+    // Forgets the run's list.
+    void resetRun(Run& run);
+    // Closes the archive (put in place only once read back whole) and sends
+    // the finished notice.
+    void finish(Run& run);
+    // Drops the archive being written (the location stays as it was) and
+    // sends the cancelled notice.
+    void cancelled(Run& run);
+    // The archive could not be written: one error naming it, nothing left.
+    void destinationFailed(Run& run);
     // One step; false when the run has ended.
     bool archiveStart(Run& run);
     void runSteps(const std::shared_ptr<Run>& run);
@@ -104,53 +136,102 @@ void RQZipArchiver::Private::raise(Run& run, const RQError& error)
     notify([&](RQZipArchiverDelegate* receiver) { receiver->archiverArchiveError(q, error); });
 }
 
-bool RQZipArchiver::Private::closeZip(Run& run)
+void RQZipArchiver::Private::resetRun(Run& run)
 {
-    const bool wasOpen = run.created;
     run.created = false;
     run.ahead.reset();
-    const bool closed = run.zip.CloseZipFile2();
     run.archiveProgress = 0;
     run.archiveFiles.clear();
     run.basePath.clear();
     run.zipFilePath.clear();
     run.archiveLevel = 5;
-    return closed || !wasOpen;
 }
 
-void RQZipArchiver::Private::verify(Run& run, const QString& archivePath)
+void RQZipArchiver::Private::finish(Run& run)
 {
-    // The archive is about to be sent: what a reader will find is checked
-    // while its data are still in the page cache.
-    const std::optional<quint32> crc = ZipArchive::testArchive(archivePath, run.password);
-    if (!crc) {
-        raise(run, RQError::initWithErrorCode(5, archivePath));
-        return;
+    const QString archivePath = run.zipFilePath;
+    run.ahead.reset();
+    if (run.created && run.stored == 0) {
+        // Nothing could be stored: an empty archive is no result.
+        run.zip.DiscardZipFile();
+        raise(run, RQError::initWithErrorCode(12, archivePath));
+    } else if (run.created) {
+        // The archive is checked before it gets its name, while its data are
+        // still in the page cache: the name only ever holds an archive that
+        // reads back whole.
+        std::optional<quint32> crc;
+        bool checked = false;
+        const bool placed = run.zip.CloseZipFile2([&](const QString& readable) {
+            checked = true;
+            crc = ZipArchive::testArchive(readable, run.password, run.isCancelled.get());
+            return crc.has_value();
+        });
+        if (!placed && run.isCancelled->load()) {
+            cancelled(run);
+            return;
+        }
+        if (placed) {
+            std::lock_guard<std::mutex> lock(mutex);
+            run.verifyCrc = QString::asprintf("%lX", static_cast<unsigned long>(*crc));
+        } else if (checked && !crc) {
+            raise(run, RQError::initWithErrorCode(5, archivePath));
+        } else {
+            raise(run, RQError::initWithErrorCode(11, archivePath, run.zip.systemError()));
+        }
     }
-    std::lock_guard<std::mutex> lock(mutex);
-    run.verifyCrc = QString::asprintf("%lX", static_cast<unsigned long>(*crc));
+    resetRun(run);
+    notify([&](RQZipArchiverDelegate* receiver) {
+        receiver->archiverArchiveFinished(q, archivePath);
+    });
+}
+
+void RQZipArchiver::Private::cancelled(Run& run)
+{
+    run.ahead.reset();
+    run.zip.DiscardZipFile();
+    resetRun(run);
+    notify([&](RQZipArchiverDelegate* receiver) { receiver->archiverArchiveCancelled(q); });
+}
+
+void RQZipArchiver::Private::destinationFailed(Run& run)
+{
+    const QString archivePath = run.zipFilePath;
+    const int error = run.zip.systemError();
+    run.ahead.reset();
+    run.zip.DiscardZipFile();
+    raise(run, RQError::initWithErrorCode(11, archivePath, error));
+    resetRun(run);
+    notify([&](RQZipArchiverDelegate* receiver) {
+        receiver->archiverArchiveFinished(q, archivePath);
+    });
 }
 
 bool RQZipArchiver::Private::archiveStart(Run& run)
 {
-    if (run.isCancelled.load()) {
-        const QString archivePath = run.zipFilePath;
-        if (!closeZip(run)) {
-            raise(run, RQError::initWithErrorCode(2, archivePath));
-        }
-        notify([&](RQZipArchiverDelegate* receiver) { receiver->archiverArchiveCancelled(q); });
+    if (run.isCancelled->load()) {
+        cancelled(run);
         return false;
     }
 
     const int index = run.archiveProgress;
     const int total = int(run.archiveFiles.size());
     const QString item = run.archiveFiles.at(index);
-    if (!exists(item)) {
+    int error = 0;
+    const Found found = examine(item, &error);
+    if (found == Found::Missing) {
         raise(run, RQError::initWithErrorCode(1, item));
     } else {
         notify([&](RQZipArchiverDelegate* receiver) {
             receiver->archiverArchiveProgress(q, index + 1, total, item);
         });
+    }
+    if (found == Found::Unreadable) {
+        raise(run, RQError::initWithErrorCode(8, item, error));
+    } else if (found == Found::Special) {
+        raise(run, RQError::initWithErrorCode(9, item));
+    } else if (found == Found::DanglingLink) {
+        raise(run, RQError::initWithErrorCode(10, item));
+    } else if (found == Found::Storable) {
         QString name = item;
         while (name.size() > 1 && name.endsWith(QLatin1Char('/'))) {
             name.chop(1);
@@ -163,38 +244,43 @@ bool RQZipArchiver::Private::archiveStart(Run& run)
                 receiver->archiverArchiveProgressInFile(q, done, size, sourcePath);
             });
         };
-        const std::unique_ptr<ZipDeflatedFile> deflated = run.ahead->take(index);
+        std::unique_ptr<ZipDeflatedFile> deflated = run.ahead->take(index);
         const bool added = deflated
             ? run.zip.addDeflatedFileToZip(item, name, run.archiveLevel, *deflated, progress)
             : run.zip.addFileToZip(item, name, run.archiveLevel, progress);
+        // Let go of it before the queue may go (a cancel or a failed archive).
+        deflated.reset();
+        if (run.isCancelled->load()) {
+            // Seen inside the item too: the archive is dropped at once.
+            cancelled(run);
+            return false;
+        }
         const ZipNameOutcome outcome = run.zip.lastNameOutcome();
-        if (!added) {
-            raise(run, RQError::initWithErrorCode(2, item));
-        } else if (outcome.storedAsDash) {
-            raise(run, RQError::initWithErrorCode(4, item));
+        if (added) {
+            ++run.stored;
+            if (outcome.storedAsDash) {
+                raise(run, RQError::initWithErrorCode(4, item));
+            } else {
+                if (outcome.charactersReplaced) {
+                    raise(run, RQError::initWithErrorCode(6, item));
+                }
+                if (outcome.numbered) {
+                    raise(run, RQError::initWithErrorCode(7, item));
+                }
+            }
+        } else if (run.zip.archiveWriteFailed()) {
+            // The destination, not the item: the rest cannot go in either.
+            destinationFailed(run);
+            return false;
+        } else if (run.zip.systemError() != 0) {
+            raise(run, RQError::initWithErrorCode(8, item, run.zip.systemError()));
         } else {
-            if (outcome.charactersReplaced) {
-                raise(run, RQError::initWithErrorCode(6, item));
-            }
-            if (outcome.numbered) {
-                raise(run, RQError::initWithErrorCode(7, item));
-            }
+            raise(run, RQError::initWithErrorCode(2, item));
         }
     }
 
     if (index + 1 >= total) {
-        const QString archivePath = run.zipFilePath;
-        const bool created = run.created;
-        if (!closeZip(run)) {
-            // Every item went in, yet the archive could not be completed
-            // (a full disk): the file at the location is the old one.
-            raise(run, RQError::initWithErrorCode(2, archivePath));
-        } else if (created) {
-            verify(run, archivePath);
-        }
-        notify([&](RQZipArchiverDelegate* receiver) {
-            receiver->archiverArchiveFinished(q, archivePath);
-        });
+        finish(run);
         return false;
     }
     run.archiveProgress = index + 1;
@@ -209,9 +295,12 @@ void RQZipArchiver::Private::runSteps(const std::shared_ptr<Run>& run)
                 return;
             }
         } catch (...) {
+            // The run ends short of its items: no archive takes the name.
             raise(*run, RQError::initWithErrorCode(999, QStringLiteral("")));
             const QString archivePath = run->zipFilePath;
-            closeZip(*run);
+            run->ahead.reset();
+            run->zip.DiscardZipFile();
+            resetRun(*run);
             notify([&](RQZipArchiverDelegate* receiver) {
                 receiver->archiverArchiveFinished(q, archivePath);
             });
@@ -255,15 +344,26 @@ void RQZipArchiver::archive(const QString& url, const QStringList& contents,
     }
 
     run->basePath = basePathOf(contents.first());
-    // A failed creation shows as code 2 on every item.
     run->created = password.isEmpty() ? run->zip.CreateZipFile2(path)
                                       : run->zip.CreateZipFile2(path, password);
     run->zipFilePath = path;
+    if (!run->created && run->zip.systemError() != 0) {
+        // No file can be made there: one error for the archive, not one per item.
+        d->raise(*run, RQError::initWithErrorCode(11, path, run->zip.systemError()));
+        d->resetRun(*run);
+        d->notify([&](RQZipArchiverDelegate* receiver) {
+            receiver->archiverArchiveFinished(this, path);
+        });
+        return;
+    }
+    // Otherwise a failed creation (a password without a form the container
+    // takes) shows as code 2 on every item.
     run->password = password;
     run->zip.setStringEncoding(destEncoding);
+    run->zip.setCancelFlag(run->isCancelled.get());
     run->archiveProgress = 0;
     run->archiveFiles = contents;
-    run->ahead = std::make_unique<RQDeflateQueue>(d->pool, contents, level);
+    run->ahead = std::make_unique<RQDeflateQueue>(d->pool, contents, level, run->isCancelled);
 
     const int total = int(contents.size());
     d->notify([&](RQZipArchiverDelegate* receiver) { receiver->archiverArchiveStarted(this, total); });
@@ -286,7 +386,7 @@ void RQZipArchiver::cansel()
 {
     std::lock_guard<std::mutex> lock(d->mutex);
     if (d->current) {
-        d->current->isCancelled.store(true);
+        d->current->isCancelled->store(true);
     }
 }
 

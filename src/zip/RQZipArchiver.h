@@ -12,25 +12,35 @@
 // Writes one archive from a list of files and folders, one item per step on a
 // worker thread, turning failures into archiver-family RQErrors:
 //   1   an item does not exist when its step runs (path = the item);
-//   2   the item could not be added (path = the item);
+//   2   the item could not be added for no reason the system gave (path = the item);
 //   4   the item's name has no form in the names encoding, even with "_"
 //       for its characters (an unknown encoding), and was stored as "-"
 //       (path = the item);
 //   5   the finished archive, read back, has an entry that does not pass its
-//       CRC check (path = the archive);
+//       CRC check: it is not put in place (path = the archive);
 //   6   characters of the item's name that the names encoding lacks were
 //       stored as "_" (path = the item);
 //   7   the item's stored name was taken by an earlier item and was numbered
 //       ("name 2.ext"; path = the item);
-//   999 an unexpected failure (path = ""), which ends the run.
+//   8   the item (file or folder) cannot be read, with the system's reason; a
+//       folder that cannot be listed is not stored (path = the item);
+//   9   the item is a pipe, socket or device (path = the item);
+//   10  the item is a link whose target is missing (path = the item);
+//   11  the archive cannot be created, written or put in place, with the
+//       system's reason: one error, which ends the run (path = the archive);
+//   12  no item could be stored, so no archive is left (path = the archive);
+//   999 an unexpected failure (path = ""), which ends the run without an
+//       archive.
 // Entry names are the item paths without the folder of the first item.
 // The steps store the items strictly in list order and send every notice from
 // that one thread; the deflating of the items that come next runs meanwhile
 // on every core (a large file in chunks), so a step mostly finds its item
 // ready to be written.
-// The archive is written under a temporary name beside the destination and
-// renamed into place when it is closed, so an existing file at the location is
-// replaced only by a complete archive.
+// The archive is written to an unnamed file in the destination's folder (see
+// ZipOutputFile) and gets its name only once it is complete and read back
+// whole, so an existing file at the location is replaced only by a good
+// archive. A cancel is seen between items and between the chunks of an item
+// and drops the archive being written.
 class RQZipArchiver
 {
 public:
@@ -57,7 +67,9 @@ public:
     // No password, level 5.
     void archive(const QString& url, const QStringList& contents, quint64 destEncoding);
 
-    // Asks the run to stop at its next step boundary. Any thread.
+    // Asks the run to stop: it stops at the next chunk of the item under way
+    // (or of the read-back check), drops the archive being written and sends
+    // the cancelled notice. Any thread.
     void cansel();
 
     // Errors of the current or last run, in the order raised. Safe to read

@@ -6,13 +6,13 @@
 #include "zip/ZipEntryReader.h"
 #include "zip/ZipExtractedPaths.h"
 #include "zip/ZipFileIo.h"
+#include "zip/ZipOutputFile.h"
 #include "zip/ZipOutputFolder.h"
 #include "zip/ZipStoredNames.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
-#include <QRandomGenerator>
 #include <QScopeGuard>
 #include <QThread>
 
@@ -99,14 +99,19 @@ bool writeAll(int fd, const char* data, qint64 size)
     return true;
 }
 
+bool isSet(const std::atomic<bool>* flag)
+{
+    return flag && flag->load(std::memory_order_relaxed);
+}
+
 // CRC-32 of everything readable from fd, from offset 0 (the file position is
 // left alone). Chunks are combined as they come, as zlib computes it.
-std::optional<uLong> crcOfDescriptor(int fd, char* buffer)
+std::optional<uLong> crcOfDescriptor(int fd, char* buffer, const std::atomic<bool>* cancel = nullptr)
 {
     uLong crc = crc32(0L, Z_NULL, 0);
     qint64 offset = 0;
     for (;;) {
-        const qint64 n = retryPread(fd, buffer, kWriteChunk, offset);
+        const qint64 n = isSet(cancel) ? -1 : retryPread(fd, buffer, kWriteChunk, offset);
         if (n < 0) {
             return std::nullopt;
         }
@@ -302,11 +307,13 @@ struct ZipArchive::Private {
     quint64 _stringEncoding = 4;
     int _compression = -1;
 
-    // Writing.
-    std::unique_ptr<QFile> writeDevice;
-    QString targetPath;
-    QString temporaryPath; // empty when appending in place
+    // Writing: the archive being written (create mode), or the archive
+    // itself (append mode).
+    std::unique_ptr<QIODevice> writeDevice;
+    ZipOutputFile* outputFile = nullptr; // writeDevice in create mode
     bool writeFailed = false;
+    int systemError = 0;
+    const std::atomic<bool>* cancel = nullptr;
     // An entry took the ZIP64 form, for which the container writes "made by"
     // as version 4.5 of MS-DOS.
     bool hasZip64Entry = false;
@@ -343,11 +350,13 @@ struct ZipArchive::Private {
     std::vector<PendingFolder> pendingFolders;
 
     bool openForWriting(const QString& path, bool append);
+    void noteWriteFailure();
     bool completeLocalHeader(qint64 headerOffset, qint64 headerLength, quint64 uncompressed);
     bool writeDeflated(const QString& path, ZipDeflatedFile& deflated,
                        const ProgressBlock& progressBlock, quint64* done);
     void discardWriting();
-    bool markMadeByUnix();
+    // Patches "made by" of the ZIP64 entries in the closed archive at fd.
+    bool markMadeByUnix(int fd, qint64 size);
     std::optional<QString> entryName(const ZipCentralRecord& record, quint64 encoding) const;
     std::optional<QString> linkTargetText(const ZipCentralRecord& record, const QByteArray& target,
                                           quint64 encoding) const;
@@ -373,7 +382,7 @@ ZipArchive::ZipArchive()
 ZipArchive::~ZipArchive()
 {
     if (d->_zipFile) {
-        CloseZipFile2();
+        DiscardZipFile();
     }
     if (d->readFd >= 0) {
         UnzipCloseFile();
@@ -388,58 +397,30 @@ bool ZipArchive::Private::openForWriting(const QString& location, bool append)
     // would: the new archive replaces the file the link points to.
     const QFileInfo linked(location);
     const QString path = linked.isSymLink() && linked.exists() ? linked.canonicalFilePath() : location;
-    targetPath = path;
-    temporaryPath.clear();
     writeFailed = false;
     hasZip64Entry = false;
     storedNames.clear();
-    auto device = std::make_unique<QFile>();
+    systemError = 0;
+    outputFile = nullptr;
+    std::unique_ptr<QIODevice> device;
     if (append) {
-        device->setFileName(path);
-        if (!device->open(QIODevice::ReadWrite)) {
+        auto file = std::make_unique<QFile>(path);
+        if (!file->open(QIODevice::ReadWrite)) {
             return false;
         }
+        device = std::move(file);
     } else {
-        // A new file in the archive's folder, renamed over the archive when it
-        // is complete; created with the default mode for new files.
-        const QFileInfo target(path);
-        const QString folder = target.absolutePath();
-        const QString stem = QLatin1Char('.') + target.fileName() + QLatin1Char('.');
-        int fd = -1;
-        for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-            const QString candidate = folder + QLatin1Char('/') + stem
-                + QString::number(QRandomGenerator::global()->generate(), 36)
-                + QStringLiteral(".part");
-            fd = retryOpen(QFile::encodeName(candidate),
-                           O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-            if (fd >= 0) {
-                temporaryPath = candidate;
-            } else if (errno != EEXIST) {
-                return false;
-            }
-        }
-        if (fd < 0) {
+        auto file = std::make_unique<ZipOutputFile>();
+        if (!file->create(path)) {
+            systemError = file->systemError();
             return false;
         }
-        struct stat existing;
-        if (::stat(QFile::encodeName(path).constData(), &existing) == 0
-            && S_ISREG(existing.st_mode)) {
-            ::fchmod(fd, existing.st_mode & 07777);
-        }
-        if (!device->open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle)) {
-            ::close(fd);
-            ::unlink(QFile::encodeName(temporaryPath).constData());
-            temporaryPath.clear();
-            return false;
-        }
+        outputFile = file.get();
+        device = std::move(file);
     }
     _zipFile = zipOpen64(device.get(), append ? APPEND_STATUS_ADDINZIP : APPEND_STATUS_CREATE);
     if (!_zipFile) {
-        device->close();
-        if (!temporaryPath.isEmpty()) {
-            QFile::remove(temporaryPath);
-            temporaryPath.clear();
-        }
+        outputFile = nullptr;
         return false;
     }
     // Sizes and CRC go into the local header, and the device is ours to close.
@@ -448,16 +429,23 @@ bool ZipArchive::Private::openForWriting(const QString& location, bool append)
     return true;
 }
 
+void ZipArchive::Private::noteWriteFailure()
+{
+    writeFailed = true;
+    if (outputFile && outputFile->systemError() != 0) {
+        systemError = outputFile->systemError();
+    }
+}
+
 void ZipArchive::Private::discardWriting()
 {
-    if (writeDevice) {
+    if (outputFile) {
+        outputFile->discard();
+        outputFile = nullptr;
+    } else if (writeDevice) {
         writeDevice->close();
-        writeDevice.reset();
     }
-    if (!temporaryPath.isEmpty()) {
-        QFile::remove(temporaryPath);
-        temporaryPath.clear();
-    }
+    writeDevice.reset();
 }
 
 bool ZipArchive::CreateZipFile2(const QString& path)
@@ -528,9 +516,11 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
     // only regular files are stored.
     int fd = -1;
     quint64 size = deflated ? deflated->size() : 0;
+    d->systemError = 0;
     if (!isFolder && !deflated) {
         fd = retryOpen(nativePath, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (fd < 0) {
+            d->systemError = errno;
             return false;
         }
         struct stat opened;
@@ -581,7 +571,13 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
         if (deflated) {
             checkValue = deflated->crcOfContents();
         } else if (!isFolder) {
-            checkValue = crcOfDescriptor(fd, buffer).value_or(~0UL);
+            checkValue = crcOfDescriptor(fd, buffer, d->cancel).value_or(~0UL);
+        }
+        if (isSet(d->cancel)) {
+            if (fd >= 0) {
+                ::close(fd);
+            }
+            return false;
         }
     }
 
@@ -607,7 +603,7 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
         MAX_WBITS, DEF_MEM_LEVEL, Z_DEFAULT_STRATEGY, password ? password->constData() : nullptr,
         checkValue, kMadeByUnix, 0, zip64 ? 1 : 0);
     if (opened != ZIP_OK) {
-        d->writeFailed = true;
+        d->noteWriteFailure();
         if (fd >= 0) {
             ::close(fd);
         }
@@ -636,8 +632,13 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
         result = d->writeDeflated(path, *deflated, progressBlock, &done);
     } else if (!isFolder) {
         for (;;) {
+            if (isSet(d->cancel)) {
+                result = false;
+                break;
+            }
             const qint64 n = retryRead(fd, buffer, kWriteChunk);
             if (n < 0) {
+                d->systemError = errno;
                 result = false;
                 break;
             }
@@ -647,7 +648,7 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
                 progressBlock(path, done, size);
             }
             if (!written) {
-                d->writeFailed = true;
+                d->noteWriteFailure();
                 result = false;
                 break;
             }
@@ -664,7 +665,7 @@ bool ZipArchive::addItem(const QString& path, const QString& newname, int level,
     const int closed = deflated ? zipCloseFileInZipRaw64(d->_zipFile, done, deflated->crc())
                                 : zipCloseFileInZip(d->_zipFile);
     if (closed != ZIP_OK) {
-        d->writeFailed = true;
+        d->noteWriteFailure();
     }
     // A size or offset of all ones or more takes the ZIP64 form at closing.
     d->hasZip64Entry = d->hasZip64Entry || zip64 || done >= 0xFFFFFFFFu
@@ -694,10 +695,10 @@ bool ZipArchive::Private::writeDeflated(const QString& path, ZipDeflatedFile& de
     };
     ZipDeflatedFile::Piece piece;
     deflatedEnded = false;
-    while (deflated.nextPiece(&piece)) {
+    while (!isSet(cancel) && deflated.nextPiece(&piece)) {
         if (piece.size > 0
             && zipWriteInFileInZip(_zipFile, piece.data, unsigned(piece.size)) != ZIP_OK) {
-            writeFailed = true;
+            noteWriteFailure();
             *done = piece.inputEnd;
             report(piece.inputEnd, false);
             return false;
@@ -707,6 +708,7 @@ bool ZipArchive::Private::writeDeflated(const QString& path, ZipDeflatedFile& de
         report(piece.inputEnd, false);
     }
     if (!deflated.isComplete()) {
+        systemError = deflated.systemError();
         return false;
     }
     report(*done, true);
@@ -727,7 +729,7 @@ bool ZipArchive::Private::completeLocalHeader(qint64 headerOffset, qint64 header
     }
     if (compressed >= 0xFFFFFFFFu) {
         // Not representable without ZIP64: the archive would be damaged.
-        writeFailed = true;
+        noteWriteFailure();
         return false;
     }
     char sizes[8];
@@ -737,19 +739,17 @@ bool ZipArchive::Private::completeLocalHeader(qint64 headerOffset, qint64 header
     }
     if (!writeDevice->seek(headerOffset + 18) || writeDevice->write(sizes, 8) != 8
         || !writeDevice->seek(end)) {
-        writeFailed = true;
+        noteWriteFailure();
         return false;
     }
     return true;
 }
 
-bool ZipArchive::Private::markMadeByUnix()
+bool ZipArchive::Private::markMadeByUnix(int fd, qint64 size)
 {
     // The archive was just closed, with no comment: its end record is last,
     // and a ZIP64 end record, when there is one, is found by the locator
     // right before it.
-    const int fd = int(writeDevice->handle());
-    const qint64 size = writeDevice->size();
     char tail[20 + 22];
     const qint64 tailSize = qint64(sizeof tail);
     if (size < tailSize || ZipFileIo::preadFully(fd, tail, tailSize, size - tailSize) != tailSize) {
@@ -799,30 +799,66 @@ unsigned long ZipArchive::checkCRC(const QString& path)
 
 bool ZipArchive::CloseZipFile2()
 {
+    return CloseZipFile2(nullptr);
+}
+
+bool ZipArchive::CloseZipFile2(const std::function<bool(const QString&)>& check)
+{
     d->_password.clear();
     if (!d->_zipFile) {
         return false;
     }
     const int closed = zipClose(d->_zipFile, nullptr);
     d->_zipFile = nullptr;
-    bool complete = closed == ZIP_OK && !d->writeFailed && d->writeDevice->flush()
-        && (!d->hasZip64Entry || d->markMadeByUnix());
-    d->writeDevice->close();
-    complete = complete && d->writeDevice->error() == QFileDevice::NoError;
-    d->writeDevice.reset();
-    if (!d->temporaryPath.isEmpty()) {
-        if (complete) {
-            complete = ::rename(QFile::encodeName(d->temporaryPath).constData(),
-                                QFile::encodeName(d->targetPath).constData())
-                == 0;
-        }
-        if (!complete) {
-            QFile::remove(d->temporaryPath);
-        }
-        d->temporaryPath.clear();
+    if (closed != ZIP_OK) {
+        d->noteWriteFailure();
     }
-    d->targetPath.clear();
+    bool complete = !d->writeFailed;
+    if (ZipOutputFile* file = d->outputFile) {
+        if (!file->flushBuffer()) {
+            d->noteWriteFailure();
+            complete = false;
+        }
+        complete = complete && (!d->hasZip64Entry || d->markMadeByUnix(file->handle(), file->size()));
+        complete = complete && (!check || check(file->readablePath()));
+        if (complete && !file->place()) {
+            d->noteWriteFailure();
+            complete = false;
+        }
+    } else {
+        auto* appended = static_cast<QFile*>(d->writeDevice.get());
+        complete = appended->flush() && complete
+            && (!d->hasZip64Entry || d->markMadeByUnix(int(appended->handle()), appended->size()));
+        appended->close();
+        complete = complete && appended->error() == QFileDevice::NoError;
+    }
+    d->discardWriting();
     return complete;
+}
+
+void ZipArchive::DiscardZipFile()
+{
+    d->_password.clear();
+    if (d->_zipFile) {
+        zipClose(d->_zipFile, nullptr);
+        d->_zipFile = nullptr;
+    }
+    d->discardWriting();
+}
+
+void ZipArchive::setCancelFlag(const std::atomic<bool>* flag)
+{
+    d->cancel = flag;
+}
+
+bool ZipArchive::archiveWriteFailed() const
+{
+    return d->writeFailed;
+}
+
+int ZipArchive::systemError() const
+{
+    return d->systemError;
 }
 
 // --- reading -----------------------------------------------------------------
@@ -1220,7 +1256,8 @@ void ZipArchive::finishFolders()
     d->pendingFolders.clear();
 }
 
-std::optional<quint32> ZipArchive::testArchive(const QString& path, const QString& password)
+std::optional<quint32> ZipArchive::testArchive(const QString& path, const QString& password,
+                                               const std::atomic<bool>* cancel)
 {
     ZipArchive reader;
     if (!reader.UnzipOpenFile(path, password)) {
@@ -1263,7 +1300,8 @@ std::optional<quint32> ZipArchive::testArchive(const QString& path, const QStrin
         ZipEntryReader entries;
         const auto discard = [](const char*, qsizetype) { return true; };
         for (size_t i = firstRecord[size_t(share)]; i < firstRecord[size_t(share) + 1]; ++i) {
-            if (failed.load(std::memory_order_relaxed)) {
+            if (failed.load(std::memory_order_relaxed) || isSet(cancel)) {
+                failed = true;
                 return;
             }
             if (entries.open(r.readFd, r.directory, records[i], passwords) != ZipEntryReader::Result::Ok

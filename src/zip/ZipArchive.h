@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -40,9 +41,10 @@ struct ZipItemAttributes {
 // directions. One object serves one archive at a time in each direction and is
 // used by one thread at a time.
 //
-// Writing goes to a temporary file beside the archive; CloseZipFile2 renames it
-// into place, so an existing file at the location is only ever replaced by a
-// complete archive.
+// Writing goes to a file in the archive's folder that is unnamed where the file
+// system allows it (ZipOutputFile); CloseZipFile2 gives it the archive's name,
+// so an existing file at the location is only ever replaced by a complete
+// archive, and a run that is cancelled or killed leaves nothing.
 //
 // Reading does not go through the container library: its walk trusts the end
 // record's entry count and it decodes only stored and deflated data, so the
@@ -55,7 +57,8 @@ public:
     using ProgressBlock = std::function<void(const QString&, quint64, quint64)>;
 
     ZipArchive();
-    // Closes whatever is still open (a written archive is put in place).
+    // Closes whatever is still open; an archive being written that was not
+    // closed is discarded, never put in place.
     ~ZipArchive();
 
     ZipArchive(const ZipArchive&) = delete;
@@ -64,6 +67,7 @@ public:
     // --- writing ---------------------------------------------------------
 
     // Creates a new archive at path (replacing any file there once closed).
+    // No, with systemError(), when no file can be made in path's folder.
     bool CreateZipFile2(const QString& path);
     // append: adds entries to the existing archive in place instead.
     bool CreateZipFile2(const QString& path, bool append);
@@ -83,6 +87,9 @@ public:
     // timestamp field. The stored name follows ZipStoredNames (Shift-JIS
     // forms, "_" for characters the encoding lacks, a name taken earlier in
     // this archive numbered); lastNameOutcome() tells what it changed.
+    // No when the item cannot be read (systemError() says why), when the
+    // archive cannot be written (archiveWriteFailed()), or when the cancel
+    // flag was seen set between two chunks of the file.
     bool addFileToZip(const QString& path, const QString& newname, int level,
                       const ProgressBlock& progressBlock);
     // What the last addFileToZip or UnzipFileTo64 did to the entry's name.
@@ -102,6 +109,23 @@ public:
     // the archive could not be completed (then the temporary file is removed
     // and any earlier file at the location is left as it was).
     bool CloseZipFile2();
+    // The same, putting the archive in place only when check, given a path
+    // by which the complete archive can be read, answers yes.
+    bool CloseZipFile2(const std::function<bool(const QString&)>& check);
+    // Ends the archive being written without putting it in place: the file
+    // at the location, if any, stays as it was.
+    void DiscardZipFile();
+
+    // An item of addFileToZip stops between two chunks once *flag is set
+    // (null: never). The flag must outlive the writing.
+    void setCancelFlag(const std::atomic<bool>* flag);
+    // True once writing the archive failed since it was created: its data
+    // could not be written, or the finished archive could not be put in
+    // place.
+    bool archiveWriteFailed() const;
+    // errno of the latest failure to create, write or place the archive, or
+    // to read an item; 0 when the system gave no reason.
+    int systemError() const;
 
     // --- reading ---------------------------------------------------------
 
@@ -168,7 +192,9 @@ public:
     // password when it has one), on every core, and checks its size and CRC. The CRC-32 of
     // the whole archive file when every entry passes; nullopt when one does
     // not or the archive cannot be read.
-    static std::optional<quint32> testArchive(const QString& path, const QString& password);
+    // A set cancel flag stops the check, which then answers nullopt.
+    static std::optional<quint32> testArchive(const QString& path, const QString& password,
+                                              const std::atomic<bool>* cancel = nullptr);
 
     // --- properties --------------------------------------------------------
 

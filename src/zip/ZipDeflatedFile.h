@@ -38,4 +38,6 @@ public:
     // the stream then ends early but is complete).
     virtual unsigned long crc() const = 0;
     virtual bool isComplete() const = 0;
+    // When not complete: errno of the read that failed, 0 when unknown.
+    virtual int systemError() const { return 0; }
 };

@@ -24,6 +24,7 @@ class Recorder : public RQZipArchiverDelegate, public RQUnZipArchiverDelegate
 {
 public:
     std::function<void(int)> onProgress = [](int) {}; // called before the progress line is added
+    std::function<void(quint64)> onFileProgress = [](quint64) {}; // with the bytes done, on the writer
     QStringList fileReports; // "<path> <done> <size>" of the progress within each file
 
     QStringList lines() const;
@@ -33,7 +34,7 @@ public:
     void archiverArchiveProgress(RQZipArchiver*, int p, int t, const QString& n) override { progress(p, t, n); }
     void archiverArchiveFinished(RQZipArchiver*, const QString& path) override { add("finished " + path, true); }
     void archiverArchiveCancelled(RQZipArchiver*) override { add("cancelled", true); }
-    void archiverArchiveProgressInFile(RQZipArchiver*, quint64 done, quint64 size, const QString& path) override { fileReports << QString("%1 %2 %3").arg(path).arg(done).arg(size); }
+    void archiverArchiveProgressInFile(RQZipArchiver*, quint64 done, quint64 size, const QString& path) override { fileReports << QString("%1 %2 %3").arg(path).arg(done).arg(size); onFileProgress(done); }
     void archiverArchiveError(RQZipArchiver*, const RQError& e) override { error(e); }
     void unArchiverArchiveStarted(RQUnZipArchiver*, int total) override { add(QString("started %1").arg(total)); }
     void unArchiverArchiveProgress(RQUnZipArchiver*, int p, int t, const QString& n) override { progress(p, t, n); }
