@@ -85,7 +85,9 @@ bool copyRegularFile(const QByteArray& from, const QByteArray& to, const struct 
     }
     const int out = ::open(to.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (out < 0) {
+        const int error = errno;
         ::close(in);
+        errno = error;
         return false;
     }
     bool ok = true;
@@ -124,23 +126,32 @@ bool copyRegularFile(const QByteArray& from, const QByteArray& to, const struct 
         const struct timespec times[2] = {st.st_atim, st.st_mtim};
         ok = ::fchmod(out, st.st_mode & 07777) == 0 && ::futimens(out, times) == 0;
     }
-    ok = (::close(out) == 0) && ok;
+    int error = ok ? 0 : errno;
+    if (::close(out) != 0 && ok) {
+        ok = false;
+        error = errno;
+    }
     ::close(in);
     if (!ok) {
         ::unlink(to.constData());
+        errno = error;
     }
     return ok;
 }
 
 // Moves a file (or a link) from the working folder to a destination where
-// nothing is. The working folder often lies on another file system, where a
-// rename fails: then the file is copied and the original removed.
+// nothing is. The working folder lies in the destination folder, so this is
+// a rename; a destination elsewhere (a folder chosen in a panel on another
+// file system) gets a copy, and the original is removed. errno tells a failure.
 bool moveFile(const QString& from, const QString& to)
 {
     const QByteArray source = native(from);
     const QByteArray target = native(to);
     if (::rename(source.constData(), target.constData()) == 0) {
         return true;
+    }
+    if (errno != EXDEV) {
+        return false;
     }
     struct stat st;
     if (::lstat(source.constData(), &st) != 0) {
@@ -212,6 +223,7 @@ void RKFileCopyUtil::beginCopy()
     }
     m_currentIndex = 0;
     m_destPaths.clear();
+    m_madeFolders.clear();
     m_folderDestinations.clear();
     m_placedFolders.clear();
     m_worker = std::thread([this] { run(); });
@@ -240,6 +252,10 @@ void RKFileCopyUtil::searchSubItems(const QString& path, bool isFolder)
     }
     DIR* dir = ::opendir(native(path).constData());
     if (!dir) {
+        if (m_unlisted.isEmpty()) {
+            m_unlisted = path;
+            m_unlistedError = errno;
+        }
         return;
     }
     // Entries in the order the file system gives them; links are placed as
@@ -289,10 +305,35 @@ bool RKFileCopyUtil::isExcluded(const QString& relativePath, bool isFolder) cons
     return false;
 }
 
+bool RKFileCopyUtil::makeFolder(const QString& path, int* error)
+{
+    const QByteArray bytes = native(path);
+    if (::mkdir(bytes.constData(), 0777) == 0) {
+        m_madeFolders.append(path);
+        return true;
+    }
+    if (errno == EEXIST && isFolderFollowingLinks(path)) {
+        return true;
+    }
+    const QString parent = parentFolder(path);
+    if (errno == ENOENT && parent != path && makeFolder(parent, error)) {
+        if (::mkdir(bytes.constData(), 0777) == 0) {
+            m_madeFolders.append(path);
+            return true;
+        }
+    }
+    if (*error == 0) {
+        *error = errno;
+    }
+    return false;
+}
+
 bool RKFileCopyUtil::prepareProcess()
 {
     m_items.clear();
     m_itemIsFolder.clear();
+    m_unlisted.clear();
+    m_unlistedError = 0;
     searchSubItems(m_fromPath, isFolderFollowingLinks(m_fromPath));
 
     // Item 0 is the working folder itself and always stays.
@@ -318,8 +359,13 @@ bool RKFileCopyUtil::prepareProcess()
         m_destFolderPath = m_toPath;
     }
 
-    if (!entryExists(m_destFolderPath) && !QDir().mkpath(m_destFolderPath)) {
-        sendError(1, m_destFolderPath);
+    if (!m_unlisted.isEmpty()) {
+        sendError(2, m_destFolderPath + m_unlisted.mid(m_fromPath.size()), m_unlistedError);
+        return false;
+    }
+    int error = 0;
+    if (!entryExists(m_destFolderPath) && !makeFolder(m_destFolderPath, &error)) {
+        sendError(1, m_destFolderPath, error);
         return false;
     }
     if (m_delegate) {
@@ -398,17 +444,21 @@ bool RKFileCopyUtil::resolveClash(const QString& item, bool isFolder, QString& d
 }
 
 RKFileCopyUtil::Placement RKFileCopyUtil::placeItem(const QString& item, bool isFolder,
-                                                     const QString& destination)
+                                                     const QString& destination, int* error)
 {
     QString aside;
     if (entryExists(destination)) {
         aside = asidePath(destination);
         if (::rename(native(destination).constData(), native(aside).constData()) != 0) {
+            *error = errno;
             return Placement::ExistingNotRemoved;
         }
     }
-    const bool placed = isFolder ? QDir().mkpath(destination) : moveFile(item, destination);
+    const bool placed = isFolder ? makeFolder(destination, error) : moveFile(item, destination);
     if (!placed) {
+        if (*error == 0) {
+            *error = errno;
+        }
         if (!aside.isEmpty()) {
             removeItem(destination);
             ::rename(native(aside).constData(), native(destination).constData());
@@ -416,6 +466,7 @@ RKFileCopyUtil::Placement RKFileCopyUtil::placeItem(const QString& item, bool is
         return Placement::Failed;
     }
     if (!aside.isEmpty() && !removeItem(aside)) {
+        *error = errno;
         // What could not be removed goes back in place of the new item: the
         // overwrite failed as a whole, and no hidden copy is left behind.
         removeItem(destination);
@@ -453,12 +504,13 @@ bool RKFileCopyUtil::copyProcess()
         return false;
     }
 
-    const Placement placement = placeItem(item, isFolder, destination);
+    int error = 0;
+    const Placement placement = placeItem(item, isFolder, destination, &error);
     if (placement != Placement::ExistingNotRemoved) {
         m_destPaths.append(destination);
     }
     if (placement != Placement::Placed) {
-        sendError(2, destination);
+        sendError(2, destination, error);
         return false;
     }
     if (isFolder) {
@@ -528,9 +580,14 @@ void RKFileCopyUtil::checkMacPermission()
     }
 }
 
-void RKFileCopyUtil::sendError(int code, const QString& path)
+void RKFileCopyUtil::sendError(int code, const QString& path, int systemError)
 {
+    // The deepest first: a folder is empty once its empty folders went.
+    for (qsizetype i = m_madeFolders.size() - 1; i >= 0; --i) {
+        ::rmdir(native(m_madeFolders.at(i)).constData());
+    }
     if (m_delegate) {
-        m_delegate->fileCopyUtilCopyError(this, RQError::initWithFileCopyUtilErrorCode(code, path));
+        m_delegate->fileCopyUtilCopyError(
+            this, RQError::initWithFileCopyUtilErrorCode(code, path, systemError));
     }
 }

@@ -21,7 +21,10 @@
 //
 // The steps run one after the other on one worker thread; the panels of the
 // ask policy are requested from that thread through the blocking panel
-// service. Items placed before a cancel or an error stay where they are.
+// service. Items placed before a cancel or an error stay where they are, but
+// a failure leaves none of the folders it made empty. A folder of the working
+// folder that cannot be listed fails the placement before anything is placed:
+// its contents would otherwise be lost without a word.
 class RKFileCopyUtil
 {
 public:
@@ -62,6 +65,8 @@ private:
     // Gives the placed folders the mode and times their extracted folders had.
     void finishFolders();
     void searchSubItems(const QString& path, bool isFolder);
+    // Makes a folder and its missing parents, noting the ones it made.
+    bool makeFolder(const QString& path, int* error);
 
     // Whether an item below the working folder is left out by the profile.
     bool isExcluded(const QString& relativePath, bool isFolder) const;
@@ -75,9 +80,12 @@ private:
     // Places one item. An existing item is first set aside and put back when
     // the new one cannot be placed or the set-aside item cannot be removed,
     // so an overwrite never loses both and leaves no hidden copy.
-    Placement placeItem(const QString& item, bool isFolder, const QString& destination);
+    Placement placeItem(const QString& item, bool isFolder, const QString& destination,
+                        int* error);
 
-    void sendError(int code, const QString& path);
+    // Sends the error that ends the placement, after removing the folders
+    // it made that are empty.
+    void sendError(int code, const QString& path, int systemError);
 
     QString m_fromPath;
     QString m_toPath;
@@ -91,6 +99,11 @@ private:
     QString m_basePath;
     QString m_destFolderPath;
     QStringList m_destPaths;
+    // Folders this placement made, in the order made.
+    QStringList m_madeFolders;
+    // The first folder of the working folder that could not be listed.
+    QString m_unlisted;
+    int m_unlistedError = 0;
     // Relative folder path ("/a/b") → where that folder was actually placed.
     QHash<QString, QString> m_folderDestinations;
     // Each folder placed, with the mode and times of the folder it came from,

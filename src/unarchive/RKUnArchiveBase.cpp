@@ -7,9 +7,12 @@
 #include "results/RKResultDisplay.h"
 #include "unarchive/RKUnArchiveRunner.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QMetaObject>
 #include <QTimer>
+
+#include <sys/stat.h>
 
 RKUnArchiveBase::RKUnArchiveBase(const QStringList& items, const RKUnArchiveProfileSetting& profile,
                                  QObject* window)
@@ -23,6 +26,24 @@ RKUnArchiveBase::~RKUnArchiveBase() = default;
 
 void RKUnArchiveBase::startProcess()
 {
+    m_missing.clear();
+    QStringList present;
+    for (const QString& item : std::as_const(m_items)) {
+        struct stat st;
+        if (::lstat(QFile::encodeName(item).constData(), &st) == 0) {
+            present.append(item);
+        } else {
+            m_missing.append(RQError::initWithUnArchiverErrorCode(1, item));
+        }
+    }
+    m_items = present;
+    if (!m_missing.isEmpty() && m_items.isEmpty()) {
+        RKProcessResultInfo result;
+        result.title = QFileInfo(m_missing.constFirst().localizedRecoverySuggestion()).fileName();
+        result.errors.items = m_missing;
+        showResults({result});
+        return;
+    }
     prepareSavePaths();
 }
 
@@ -82,15 +103,24 @@ void RKUnArchiveBase::decisionSavePaths(const QStringList& savePaths)
         result.title = QFileInfo(archive).fileName();
         result.destPath.stringValue = m_savePaths[i];
         result.errors.items = runner->errors();
+        result.cancelled = runner->wasCancelled();
         results.append(result);
         ++m_indexOfPaths;
     }
     RKTaskbarProgress::endOfJob();
+    if (!results.isEmpty()) {
+        results.first().errors.items = m_missing + results.first().errors.items;
+    }
+    showResults(results);
+}
 
-    if (RKResultDisplay* display = host->processResultWindow()) {
+void RKUnArchiveBase::showResults(const QList<RKProcessResultInfo>& results)
+{
+    RKJobHost* host = RKJobHost::current();
+    if (RKResultDisplay* display = host ? host->processResultWindow() : nullptr) {
         display->showResults(m_window, results);
     }
-    if (host->reserveExit()) {
+    if (host && host->reserveExit()) {
         host->terminate();
     }
     postFinished();

@@ -26,6 +26,9 @@ public:
                     QObject* window);
     ~RKUnArchiveBase() override;
 
+    // Archives that do not exist are taken out first, before any panel, and
+    // listed as errors (unarchiver code 1) in the first result; when none is
+    // left, nothing is asked and the results show just those errors.
     void startProcess();
 
     const QStringList& items() const { return m_items; }
@@ -60,11 +63,13 @@ protected:
 private:
     // Extracts every archive and shows the results.
     void decisionSavePaths(const QStringList& savePaths);
+    void showResults(const QList<RKProcessResultInfo>& results);
     void postFinished();
 
     QStringList m_items;
     RKUnArchiveProfileSetting m_profile;
     QPointer<QObject> m_window;
     QStringList m_savePaths;
+    QList<RQError> m_missing; // archives that did not exist
     int m_indexOfPaths = 0;
 };

@@ -1,10 +1,10 @@
 #include "unarchive/RKUnArchiveRun.h"
 
 #include "platform/RKAppInfo.h"
+#include "platform/RKJobHost.h"
 #include "platform/RKNotifier.h"
 #include "platform/RKTaskbarProgress.h"
 #include "settings/RKPasswordPrompt.h"
-#include "unarchive/RKWorkingFolder.h"
 
 #include <QMetaObject>
 #include <QTimer>
@@ -75,6 +75,7 @@ void RKUnArchiveRun::doUnArchive(const QString& archivePath,
 
     isUnArchiving.store(true);
     m_cancelRequested = false;
+    m_cancelled = false;
     ++m_generation;
     {
         const std::lock_guard<std::mutex> locker(m_lock);
@@ -88,15 +89,14 @@ void RKUnArchiveRun::doUnArchive(const QString& archivePath,
     m_usedPassword = QString();
 
     if (stopRequested()) {
-        m_tempUrl.clear();
         postClose(Ending::Cancelled);
         return;
     }
-    m_tempUrl = RKWorkingFolder::make(unArchiver->hash());
-    if (m_tempUrl.isEmpty()) {
-        // Nowhere private to extract to: nothing is extracted in the open.
-        unArchiverArchiveError(unArchiver.get(),
-                               RQError::initWithUnArchiverErrorCode(999, m_archiveUrl));
+    if (!m_workingFolder.make(m_saveUrl)) {
+        // The destination cannot take the items: nothing is extracted, and
+        // nothing in the open.
+        unArchiverArchiveError(unArchiver.get(), RQError::initWithFileCopyUtilErrorCode(
+                                                     1, m_saveUrl, m_workingFolder.error()));
         postClose(Ending::DoneWithErrors);
         return;
     }
@@ -110,9 +110,10 @@ void RKUnArchiveRun::doUnArchive(const QString& archivePath,
             postClose(Ending::Cancelled);
             return;
         }
-        unArchiver->unArchive(m_tempUrl, m_usedPassword, m_archiveUrl, m_profile.sourceEncoding);
+        unArchiver->unArchive(m_workingFolder.path(), m_usedPassword, m_archiveUrl,
+                              m_profile.sourceEncoding);
     } else {
-        unArchiver->unArchive(m_tempUrl, m_archiveUrl, m_profile.sourceEncoding);
+        unArchiver->unArchive(m_workingFolder.path(), m_archiveUrl, m_profile.sourceEncoding);
     }
 }
 
@@ -132,12 +133,12 @@ void RKUnArchiveRun::cancel()
 void RKUnArchiveRun::removeTempFolder()
 {
     // A failure leaves files behind that a later start removes; nothing to report.
-    RKWorkingFolder::removeProcessFolder();
+    m_workingFolder.remove();
 }
 
 void RKUnArchiveRun::moveTempToSaveFolder()
 {
-    fileCopyUtil = std::make_unique<RKFileCopyUtil>(m_tempUrl, m_saveUrl, m_archiveUrl, m_profile,
+    fileCopyUtil = std::make_unique<RKFileCopyUtil>(m_workingFolder.path(), m_saveUrl, m_archiveUrl, m_profile,
                                                     promptWindow());
     fileCopyUtil->setDelegate(this);
     fileCopyUtil->beginCopy();
@@ -181,6 +182,7 @@ void RKUnArchiveRun::doClose(Ending ending)
     }
     // A new generation: late posts of this run do nothing.
     ++m_generation;
+    m_cancelled = ending == Ending::Cancelled;
     showProgress();
 
     const QString title = RKAppInfo::applicationTitle();
@@ -294,4 +296,10 @@ void RKUnArchiveRun::fileCopyUtilCopyError(RKFileCopyUtil*, const RQError& errro
         m_errors.append(errror);
     }
     postClose(Ending::Failed);
+}
+
+bool RKUnArchiveRun::stopRequested() const
+{
+    const RKJobHost* host = RKJobHost::current();
+    return host && host->stopping();
 }

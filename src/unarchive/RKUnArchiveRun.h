@@ -5,6 +5,7 @@
 #include "settings/RKUnArchiveProfileSetting.h"
 #include "unarchive/RKFileCopyUtil.h"
 #include "unarchive/RKUnArchiveRunner.h"
+#include "unarchive/RKWorkingFolder.h"
 #include "zip/RQError.h"
 #include "zip/RQUnZipArchiver.h"
 #include "zip/RQUnZipArchiverDelegate.h"
@@ -19,7 +20,7 @@
 #include <mutex>
 
 // The unarchive runner without its window: extracts one archive into a
-// private working folder (asking for the password of an encrypted one), then,
+// private working folder in the destination (asking for the password of an encrypted one), then,
 // when extraction ended without errors, places the items into the
 // destination, and posts a notification. A window or a terminal shows a run
 // by implementing the display hooks. One run at a time.
@@ -35,7 +36,7 @@ public:
     enum class Phase { UnArchive, FileCopy };
 
     RKUnArchiveRun();
-    // Stops what still runs and removes this process's working folders.
+    // Stops what still runs and removes the working folder.
     ~RKUnArchiveRun() override;
 
     RKUnArchiveRun(const RKUnArchiveRun&) = delete;
@@ -43,6 +44,7 @@ public:
 
     QList<RQError> errors() const override;
     QString usedPassword() const override;
+    bool wasCancelled() const override { return m_cancelled; }
 
     // Starts a run and returns; runClosed() tells its end. Main thread.
     void doUnArchive(const QString& archivePath, const RKUnArchiveProfileSetting& profile,
@@ -53,9 +55,9 @@ public:
     // From doUnArchive() until the run was closed.
     bool isRunning() const { return unArchiver != nullptr; }
 
-    // The working folder of the current or last run ("…/<hash>/"; see
-    // RKWorkingFolder), empty when none could be made.
-    QString tempUrl() const { return m_tempUrl; }
+    // The working folder of the current run (see RKWorkingFolder); empty
+    // when none could be made and once the run was closed.
+    QString tempUrl() const { return m_workingFolder.path(); }
 
     // The latest progress of the current phase, read at once; reported is
     // false until a phase of this run has reported.
@@ -78,7 +80,7 @@ protected:
     virtual QObject* promptWindow() { return nullptr; }
     // True when the front end was told to stop everything: a run that has
     // not begun extracting then ends as cancelled.
-    virtual bool stopRequested() const { return false; }
+    virtual bool stopRequested() const;
     // Show progress().
     virtual void changeProgress() = 0;
     // The run has ended; the reader and the placer are already released.
@@ -122,9 +124,10 @@ private:
     RKUnArchiveProfileSetting m_profile;
     QString m_archiveUrl;
     QString m_saveUrl;
-    QString m_tempUrl;
+    RKWorkingFolder m_workingFolder;
     std::atomic<bool> isUnArchiving{false};
     bool m_cancelRequested = false;
+    bool m_cancelled = false;
     std::atomic<int> m_generation{0};
     QString m_usedPassword;
 

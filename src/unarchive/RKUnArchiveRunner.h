@@ -24,4 +24,6 @@ public:
     virtual QList<RQError> errors() const = 0;
     // The password typed for the last run; null when the archive was not encrypted.
     virtual QString usedPassword() const = 0;
+    // Whether the last run was cancelled.
+    virtual bool wasCancelled() const { return false; }
 };

@@ -1,39 +1,53 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
-// Where archives are extracted before their items are placed: folders that
-// only the user can reach, so that another user of the machine can neither
-// read what is being extracted nor block it by taking the name first.
+// Where an archive is extracted before its items are placed: a hidden folder
+// in the destination folder itself (".mokuza-work-XXXXXX", mode 0700), so
+// that placing an item is a rename within one file system, extraction needs
+// no room anywhere else, and nothing is copied twice. Only the user can reach
+// it; it is locked for as long as it exists and registered with RKLeftovers,
+// so that the next start of either program removes one left by a killed run
+// (and so does the next extraction into the same destination).
 //
-// The root is "jp.mokuza.MOKUZA-FULL-<uid>" in the temporary directory. A
-// root is used only when it is a real folder
-// (not a link) owned by the user with no access for anyone else; otherwise
-// the process makes a fresh private root of its own beside it. In the root,
-// each process that extracts holds a folder of its own, locked for as long as
-// it exists; each run works in a folder in it named after the reader's hash.
-//
-// Any thread.
+// One object per run; any thread, one at a time.
 class RKWorkingFolder
 {
 public:
-    // Makes this process's folder when it has none and returns a new, empty
-    // working folder in it for the reader with the given hash ("…/<hash>/").
-    // Empty when no private folder can be made.
-    static QString make(qint64 hash);
+    RKWorkingFolder() = default;
+    // remove().
+    ~RKWorkingFolder();
 
-    // This process's folder (no trailing "/"); empty when it holds none.
-    static QString processFolder();
+    RKWorkingFolder(const RKWorkingFolder&) = delete;
+    RKWorkingFolder& operator=(const RKWorkingFolder&) = delete;
 
-    // Removes this process's folder with everything in it. A failure is
-    // ignored: what stays is removed by a later start.
-    static void removeProcessFolder();
+    // Makes a new, empty working folder in destination, making the
+    // destination (with its missing parents) first when needed. False, with
+    // the system's reason in error(), when it cannot be made; then nothing
+    // is left behind. Removes the previous working folder of this object.
+    bool make(const QString& destination);
 
-    // Removes the folders of processes that have ended without removing them
-    // (killed in the middle of an extraction). The folders of running
-    // processes and anything else in the roots stay. Returns how many it removed.
+    // The working folder ("…/.mokuza-work-XXXXXX/"); empty when none.
+    QString path() const { return m_path; }
+    // errno of the last failure of make().
+    int error() const { return m_error; }
+
+    // Removes the working folder with everything in it, then the folders
+    // make() created for the destination when they are empty now. A failure
+    // is ignored: what stays is removed by a later start.
+    void remove();
+
+    // Removes what runs that were killed left behind (RKLeftovers); the
+    // working folders of running processes stay. Returns how many processes'
+    // leftovers it removed.
     static int removeStale();
 
-    // The root this process would use now (not made).
-    static QString root();
+private:
+    QString m_path;
+    int m_error = 0;
+    int m_lockFd = -1;
+    int m_token = 0;
+    // Folders made for the destination, the deepest last.
+    QStringList m_madeFolders;
 };

@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <functional>
 #include <semaphore>
@@ -75,6 +76,7 @@ struct PlacementCase {
     bool itemVanishes = false;  // after its step has begun, so its move fails
     int errorCode = 0;
     const char* errorPath = ""; // below out()
+    int errorReason = 0;        // errno
 };
 
 class PlacementTest : public FileCopyUtilTest, public ::testing::WithParamInterface<PlacementCase>
@@ -100,7 +102,7 @@ TEST_P(PlacementTest, PlacesItemsAsTheProfileSays)
 
     EXPECT_EQ(place(profile, out(c.toPath)), c.end);
     EXPECT_EQ(snapshot(out()), c.expected);
-    EXPECT_EQ(delegate.errors, c.errorCode ? QList<RQError>{RQError::initWithFileCopyUtilErrorCode(c.errorCode, out(c.errorPath))}
+    EXPECT_EQ(delegate.errors, c.errorCode ? QList<RQError>{RQError::initWithFileCopyUtilErrorCode(c.errorCode, out(c.errorPath), c.errorReason)}
                                            : QList<RQError>{});
     EXPECT_EQ(delegate.notices.value(0).startsWith("started"), c.errorCode != 1) << "no Started notice before error 1";
     const auto calls = services.panels.calls();
@@ -136,9 +138,11 @@ INSTANTIATE_TEST_SUITE_P(
         PlacementCase{"ExcludedNamesAreNeverPlaced", 0, 0, {"__MACOSX/", "__MACOSX/._a", ".DS_Store", "a/", "a/.DS_Store", "a/b", "Thumbs.db/"},
                       {}, {"Thumbs.db/", "a/", "a/b=new"}},
         PlacementCase{"TemporaryFolderNamesExcludeNothing", 1, 0, {"tmp/", "tmp/x", "keep"}, {}, {"photos/", "photos/keep=new"}},
-        PlacementCase{"RootCannotBeMadeIsError1", 1, 0, {"a.txt"}, {"file"}, {"file=old"}, {}, {}, "error", "file/sub", false, 1, "file/sub/photos"},
-        PlacementCase{"ItemCannotBeMovedIsError2", 0, 0, {"a.txt"}, {"file"}, {"file=old"}, {}, {}, "error", "file", false, 2, "file/a.txt"},
-        PlacementCase{"FailedOverwritePutsTheOldBack", 0, 1, {"a.txt"}, {"a.txt"}, {"a.txt=old"}, {}, {}, "error", "", true, 2, "a.txt"}),
+        PlacementCase{"RootCannotBeMadeIsError1", 1, 0, {"a.txt"}, {"file"}, {"file=old"}, {}, {}, "error", "file/sub", false, 1, "file/sub/photos", ENOTDIR},
+        PlacementCase{"ItemCannotBeMovedIsError2", 0, 0, {"a.txt"}, {"file"}, {"file=old"}, {}, {}, "error", "file", false, 2, "file/a.txt", ENOTDIR},
+        PlacementCase{"FailedOverwritePutsTheOldBack", 0, 1, {"a.txt"}, {"a.txt"}, {"a.txt=old"}, {}, {}, "error", "", true, 2, "a.txt", ENOENT},
+        // the new folder and the folder made in it are gone again
+        PlacementCase{"FailureLeavesNoEmptyFolder", 1, 0, {"d/", "d/x"}, {}, {}, {}, {}, "error", "", true, 2, "photos/d/x", ENOENT}),
     [](const auto& info) { return std::string(info.param.name); });
 
 class BundlePermissionTest : public FileCopyUtilTest, public ::testing::WithParamInterface<bool>

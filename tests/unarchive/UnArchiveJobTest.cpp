@@ -10,8 +10,12 @@
 #include "unarchive/RKUnArchiveMultiSameSource.h"
 #include "unarchive/RKUnArchiveMultiStaticFolder.h"
 #include "unarchive/RKUnArchiveSingleAnyTime.h"
+#include "unarchive/RKUnArchiveSingleStaticFolder.h"
+#include "settings/RKSetting.h"
+#include "support/FaultTable.h"
 #include "unarchive/RKFileCopyUtil.h"
 #include "unarchive/RKWorkingFolder.h"
+#include "platform/RKLeftovers.h"
 #include "unarchive/UnArchiveTestSupport.h"
 #include "unarchive/widgets/RKUnArchivePasswordWindow.h"
 #include "unarchive/widgets/RKUnArchiveProgressWindow.h"
@@ -335,7 +339,7 @@ TEST_F(UnArchiveRunTest, FixedFolderIsMadeAndAFailedArchiveDoesNotStopTheNext)
                                             "not/yet/good/d/b.txt=data"}));
 }
 
-// --- the private working folder
+// --- the registry of working folders
 
 QString fileState(const QString& path)
 {
@@ -349,16 +353,19 @@ enum class Planted { Nothing, ForeignFolder, Link, OpenFolder };
 struct PrivateFolderCase {
     const char* name;
     Planted planted;    // under the root's name in the temporary directory, by someone else
-    const char* root;   // where the run worked: "tmp", "fresh" beside the planted
+    const char* root;   // where the registration went: "tmp", "fresh" beside the planted
                         // one; nullptr: nowhere, as the temporary directory is a file
 };
 
 class PrivateFolderTest : public UnArchiveRunTest, public ::testing::WithParamInterface<PrivateFolderCase> {};
 
-TEST_P(PrivateFolderTest, ExtractsWhereOnlyTheUserCanReach)
+// The working folder is in the destination; what records it for the next
+// start is where only the user can reach, and extraction needs nothing more
+// of the temporary directory.
+TEST_P(PrivateFolderTest, RegistersWhereOnlyTheUserCanReach)
 {
     const PrivateFolderCase& c = GetParam();
-    const QString archive = makeArchive(in("secret.zip"));
+    const QString archive = makeArchive(in("secret.zip"), {"-P", "s3cret"});
     const std::shared_ptr<void> restoreTmp(nullptr, [tmp = qgetenv("TMPDIR")](void*) { qputenv("TMPDIR", tmp); });
     const QString tmp = in("tmp");
     const QString named = tmp + "/jp.mokuza.MOKUZA-FULL-" + QString::number(::geteuid());
@@ -388,18 +395,32 @@ TEST_P(PrivateFolderTest, ExtractsWhereOnlyTheUserCanReach)
     const auto plantedState = [&] { return QStringList{fileState(named), snapshot(named).join(' '), fileState(in("theirs")), snapshot(in("theirs")).join(' ')}; };
     const QStringList planted = plantedState();
 
+    // Asked once the working folder is made: where it is, where it is recorded.
+    struct Prompt : ScriptedPasswordPrompt {
+        RKUnArchiveProgressWindow* runner;
+        QString working, registration;
+        QString askUnArchivePassword(QObject*) override
+        {
+            working = runner->tempUrl();
+            registration = RKLeftovers::processFolder();
+            return "s3cret";
+        }
+    } prompt;
+    prompt.runner = &runner;
+    RKPasswordPrompt::setCurrent(&prompt); // put back by the fixture's services
     runner.runUnArchive(nullptr, archive, profile(1), out());
+    const QString working = prompt.working, registration = prompt.registration;
 
+    EXPECT_EQ(snapshot(out()), kPlaced) << "extraction does not depend on the temporary directory";
+    EXPECT_TRUE(runner.errors().isEmpty());
+    EXPECT_TRUE(QRegularExpression("^" + QRegularExpression::escape(out()) + "/\\.mokuza-work-[A-Za-z0-9]{6}/$").match(working).hasMatch())
+        << working.toStdString();
     if (!c.root) {
-        EXPECT_EQ(runner.errors(), QList<RQError>{RQError::initWithUnArchiverErrorCode(999, archive)});
-        EXPECT_EQ(snapshot(out()), QStringList{});
-        EXPECT_EQ(notices(), QStringList{"MOKUZA-FULL | " + archive + " | 解凍が完了しましたが、エラーがあります"});
+        EXPECT_EQ(registration, QString());
         return;
     }
-    EXPECT_EQ(snapshot(out()), kPlaced);
-    EXPECT_TRUE(runner.errors().isEmpty());
-    // "<root>/<process>/<hash>/": the process folder went with the run, the root stays.
-    const QString root = QFileInfo(QFileInfo(QDir::cleanPath(runner.tempUrl())).path()).path();
+    // "<root>/<process>": the process folder went with the run, the root stays.
+    const QString root = QFileInfo(registration).path();
     if (QString(c.root) == "fresh") {
         EXPECT_TRUE(QRegularExpression("^" + QRegularExpression::escape(named) + "-[A-Za-z0-9]{6}$").match(root).hasMatch())
             << root.toStdString();
@@ -417,7 +438,7 @@ INSTANTIATE_TEST_SUITE_P(
                       PrivateFolderCase{"PlantedFolderOfSomeoneElse", Planted::ForeignFolder, "fresh"},
                       PrivateFolderCase{"PlantedLink", Planted::Link, "fresh"},
                       PrivateFolderCase{"PlantedFolderOpenToOthers", Planted::OpenFolder, "fresh"},
-                      PrivateFolderCase{"NoPrivateFolderAnywhereIsAnError", Planted::Nothing, nullptr}),
+                      PrivateFolderCase{"NoPrivateFolderAnywhere", Planted::Nothing, nullptr}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // --- faults that lose nothing
@@ -466,13 +487,6 @@ QStringList describe(const QList<RQError>& errors)
     return lines;
 }
 
-struct ArchiveEnd : RQZipArchiverDelegate {
-    QList<RQError> errors;
-    std::binary_semaphore ended{0};
-    void archiverArchiveError(RQZipArchiver*, const RQError& e) override { errors << e; }
-    void archiverArchiveFinished(RQZipArchiver*, const QString&) override { ended.release(); }
-};
-
 struct PlacementEnd : RKFileCopyUtilDelegate {
     QList<RQError> errors;
     std::binary_semaphore ended{0};
@@ -485,7 +499,6 @@ struct PlacementEnd : RKFileCopyUtilDelegate {
 };
 
 enum class Fault {
-    DiskFullWritingArchive,   // over an existing archive
     DiskFullExtracting,       // the whole runner, overwrite policy
     DiskFullPlacing,          // the placer, moving across file systems, overwrite policy
     SetAsideNotRemovable,     // the whole runner, overwrite policy
@@ -517,24 +530,9 @@ protected:
         runTool("zip", QStringList{"-r", "-q", in("content.zip")} + items, in("content"));
         return in("content.zip");
     }
-    QList<RQError> writeArchive();
     QList<RQError> place();
     void killExtraction();
 };
-
-QList<RQError> FaultTest::writeArchive()
-{
-    const QStringList items{in("content/a.txt"), in("content/big.bin")};
-    ArchiveEnd end;
-    RQZipArchiver archiver;
-    archiver.setDelegate(&end);
-    {
-        const auto full = fullDisk();
-        archiver.archive(out("a.zip"), items, QString(), 0, 4);
-        EXPECT_TRUE(end.ended.try_acquire_for(std::chrono::minutes(2)));
-    }
-    return end.errors;
-}
 
 QList<RQError> FaultTest::place()
 {
@@ -561,19 +559,23 @@ void FaultTest::killExtraction()
 {
     if (qEnvironmentVariableIsSet("MOKUZA_KILLED_CHILD_ARCHIVE")) {
         qputenv("TMPDIR", qgetenv("MOKUZA_KILLED_CHILD_TMPDIR"));
+        RKWorkingFolder folder;
         struct Stopper : RQUnZipArchiverDelegate {
+            RKWorkingFolder* folder;
             void unArchiverArchiveProgress(RQUnZipArchiver*, int progress, int, const QString&) override
             {
                 if (progress == 2) {
-                    std::printf("extracting %s\n", QFile::encodeName(RKWorkingFolder::processFolder()).constData());
+                    std::printf("extracting %s\n", QFile::encodeName(folder->path()).constData());
                     std::fflush(stdout);
                     std::getchar(); // until killed
                 }
             }
         } stopper;
+        stopper.folder = &folder;
         RQUnZipArchiver reader;
         reader.setDelegate(&stopper);
-        reader.unArchive(RKWorkingFolder::make(reader.hash()), qEnvironmentVariable("MOKUZA_KILLED_CHILD_ARCHIVE"), 4);
+        ASSERT_TRUE(folder.make(qEnvironmentVariable("MOKUZA_KILLED_CHILD_DESTINATION")));
+        reader.unArchive(folder.path(), qEnvironmentVariable("MOKUZA_KILLED_CHILD_ARCHIVE"), 4);
         std::getchar();
         return;
     }
@@ -581,6 +583,7 @@ void FaultTest::killExtraction()
     QProcess child;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("MOKUZA_KILLED_CHILD_ARCHIVE", contentArchive());
+    environment.insert("MOKUZA_KILLED_CHILD_DESTINATION", out());
     // Every test process starts with a temporary directory of its own.
     environment.insert("MOKUZA_KILLED_CHILD_TMPDIR", QDir::tempPath());
     child.setProcessEnvironment(environment);
@@ -597,7 +600,8 @@ void FaultTest::killExtraction()
     }
     ASSERT_FALSE(childFolder.isEmpty()) << child.readAllStandardError().toStdString();
     EXPECT_FALSE(QDir(childFolder).isEmpty()) << "the first entry is in the working folder";
-    const QString own = RKWorkingFolder::make(1);
+    RKWorkingFolder own;
+    ASSERT_TRUE(own.make(out()));
 
     EXPECT_EQ(RKWorkingFolder::removeStale(), 0) << "a running extraction keeps its folder";
     child.kill();
@@ -605,8 +609,8 @@ void FaultTest::killExtraction()
     EXPECT_EQ(RKWorkingFolder::removeStale(), 1);
 
     EXPECT_FALSE(QFileInfo::exists(childFolder));
-    EXPECT_TRUE(QFileInfo(own).isDir());
-    RKWorkingFolder::removeProcessFolder();
+    EXPECT_TRUE(QFileInfo(own.path()).isDir());
+    own.remove();
 }
 
 TEST_P(FaultTest, LosesNothing)
@@ -616,9 +620,6 @@ TEST_P(FaultTest, LosesNothing)
     std::function<void()> undo;
     QList<RQError> errors;
     switch (c.fault) {
-    case Fault::DiskFullWritingArchive:
-        errors = writeArchive();
-        break;
     case Fault::DiskFullExtracting: {
         const QString archive = contentArchive();
         const auto full = fullDisk();
@@ -650,9 +651,7 @@ TEST_P(FaultTest, LosesNothing)
 
 INSTANTIATE_TEST_SUITE_P(
     Faults, FaultTest,
-    ::testing::Values(FaultCase{"DiskFullWhileWritingAnArchiveKeepsTheOldOne", Fault::DiskFullWritingArchive, {"a.zip"}, {"a.zip=old"},
-                                {"archiver 2 $IN/content/big.bin", "archiver 2 $OUT/a.zip"}},
-                      FaultCase{"DiskFullWhileExtractingPlacesNothing", Fault::DiskFullExtracting, {"a.txt", "d/", "d/b.txt"},
+    ::testing::Values(FaultCase{"DiskFullWhileExtractingPlacesNothing", Fault::DiskFullExtracting, {"a.txt", "d/", "d/b.txt"},
                                 {"a.txt=old", "d/", "d/b.txt=old"}, {"unarchiver 3 big.bin"}},
                       FaultCase{"DiskFullWhilePlacingPutsTheSetAsideBack", Fault::DiskFullPlacing, {"big.bin"}, {"big.bin=old"},
                                 {"copy 2 $OUT/big.bin"}},
@@ -660,5 +659,61 @@ INSTANTIATE_TEST_SUITE_P(
                                 {"d/", "d/keep/", "d/keep/locked=old"}, {"copy 2 $OUT/d"}},
                       FaultCase{"KilledExtractionIsRemovedAtTheNextStart", Fault::KilledExtracting, {}, {}, {}}),
     [](const auto& info) { return std::string(info.param.name); });
+
+// --- the fault table, through the application's job
+
+class FaultJob : public ::testing::TestWithParam<FaultTable::Row> {};
+
+TEST_P(FaultJob, LeavesWhatTheRowSays)
+{
+    const FaultTable::Row& row = GetParam();
+    QString skipped;
+    switch (FaultTable::enter(row, &skipped)) {
+    case FaultTable::Entry::Done:
+        return;
+    case FaultTable::Entry::Skip:
+        GTEST_SKIP() << skipped.toStdString();
+    case FaultTable::Entry::Run:
+        break;
+    }
+    QTemporaryDir dir;
+    const FaultTable::Place place(row, dir.path());
+    const std::shared_ptr<void> restoreTmp(nullptr, [tmp = qgetenv("TMPDIR")](void*) { qputenv("TMPDIR", tmp); });
+    if (!place.temporary.isEmpty()) {
+        qputenv("TMPDIR", QFile::encodeName(place.temporary));
+    }
+    ScriptedServices services;
+    RKUnArchiveProgressWindow runner;
+    services.host.unArchiveRunner = &runner;
+    RKUnArchiveProfileSetting profile = RKSetting::Setting().unArchiveProfiles.constFirst();
+    profile.saveLocation = RKProfileSetting::SaveLocationStaticFolder;
+    profile.saveStaticFolderPath = place.dest;
+    profile.sameFileName = RKProfileSetting::SameNameOverwrite;
+
+    auto job = std::make_shared<RKUnArchiveSingleStaticFolder>(place.given(), profile, nullptr);
+    int finished = 0;
+    QObject::connect(job.get(), &RKUnArchiveBase::finished, [&finished] { ++finished; });
+    job->startProcess();
+    ASSERT_TRUE(TestEnvironment::waitFor([&finished] { return finished > 0; }, 120000));
+
+    ASSERT_EQ(services.host.results.shown.size(), 1) << "one result window";
+    QStringList errors;
+    for (const RKProcessResultInfo& result : services.host.results.shown.constFirst()) {
+        for (const RQError& error : result.errors.items) {
+            errors << place.error(error.code(), error.localizedRecoverySuggestion(), error.localizedFailureReason());
+        }
+    }
+    EXPECT_TRUE(FaultTable::matches(errors, row.errors)) << errors.join('\n').toStdString();
+    EXPECT_EQ(FaultTable::describe(place.dest), row.after);
+    EXPECT_TRUE(services.panels.calls().isEmpty()) << "nothing is asked";
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, FaultJob,
+                         ::testing::ValuesIn([] {
+                             QList<FaultTable::Row> rows = FaultTable::rows(false);
+                             rows.removeIf([](const FaultTable::Row& row) { return !row.extract; });
+                             return rows;
+                         }()),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace

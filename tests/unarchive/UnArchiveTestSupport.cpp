@@ -1,7 +1,7 @@
 #include "unarchive/UnArchiveTestSupport.h"
 
 #include "support/TestEnvironment.h"
-#include "unarchive/RKWorkingFolder.h"
+#include "platform/RKLeftovers.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -58,9 +58,9 @@ void UnArchiveTest::SetUp()
 
 void UnArchiveTest::TearDown()
 {
-    const QString root = RKWorkingFolder::root();
-    EXPECT_TRUE(RKWorkingFolder::processFolder().isEmpty() && (!QFileInfo::exists(root) || QDir(root).isEmpty()))
-        << "a working folder is left";
+    const QString root = RKLeftovers::root();
+    EXPECT_TRUE(RKLeftovers::processFolder().isEmpty() && (!QFileInfo::exists(root) || QDir(root).isEmpty()))
+        << "a working folder is still registered";
     if (m_inputs) {
         EXPECT_EQ(UnArchiveTestSupport::snapshot(in()), *m_inputs) << "the inputs changed";
     }
