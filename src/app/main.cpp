@@ -5,18 +5,20 @@
 #include "app/widgets/RKSettingAlert.h"
 #include "app/widgets/RKTopWindow.h"
 #include "platform/RKAppInfo.h"
+#include "platform/RKInterruptWatcher.h"
 #include "platform/RKLauncherEntry.h"
+#include "platform/RKLeftovers.h"
 #include "platform/RKPanelService.h"
 #include "settings/RKPasswordPrompt.h"
 #include "settings/RKSettingNotice.h"
 #include "ui/RKQtPanelService.h"
 #include "ui/RKTranslations.h"
-#include "unarchive/RKWorkingFolder.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QTextStream>
 
+#include <csignal>
 #include <cstdio>
 #include <thread>
 
@@ -84,9 +86,10 @@ int main(int argc, char** argv)
         break;
     }
 
-    // The working folders of runs that were killed go at the next start, on
-    // a thread of their own: a killed run may have left a large tree.
-    std::thread staleWorkingFolders([] { RKWorkingFolder::removeStale(); });
+    // What runs that were killed left behind (working folders, hidden
+    // archives being written) goes at the next start, on a thread of its
+    // own: a killed run may have left a large tree.
+    std::thread staleWorkingFolders([] { RKLeftovers::removeStale(); });
 
     RKTranslations::install(app);
     RKQtPanelService panels;
@@ -114,6 +117,11 @@ int main(int argc, char** argv)
                                  delegate.applicationOpenFiles(handedPaths);
                              }
                          });
+        // Logging out, a closed terminal or Ctrl-C cancel what runs, as the
+        // cancel button would, and end the application.
+        RKInterruptWatcher stopSignals({SIGINT, SIGTERM, SIGHUP});
+        QObject::connect(&stopSignals, &RKInterruptWatcher::interrupted, &delegate,
+                         [&delegate] { delegate.stopForSignal(); });
         QObject::connect(&delegate, &RKAppDelegate::jobStarted, &delegate,
                          [&hooks] { hooks.report(QStringLiteral("job-started")); });
         QObject::connect(&delegate, &RKAppDelegate::jobFinished, &delegate,

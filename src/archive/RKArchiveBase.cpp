@@ -12,8 +12,11 @@
 
 #include <QDir>
 #include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <QTimer>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -66,6 +69,25 @@ RKArchiveBase::~RKArchiveBase() = default;
 
 void RKArchiveBase::startProcess()
 {
+    m_missing.clear();
+    QStringList present;
+    for (const QString& item : std::as_const(m_items)) {
+        struct stat st;
+        if (::lstat(QFile::encodeName(item).constData(), &st) == 0) {
+            present.append(item);
+        } else {
+            m_missing.append(RQError::initWithErrorCode(1, item));
+        }
+    }
+    m_items = present;
+    if (!m_missing.isEmpty() && m_items.isEmpty()) {
+        // Nothing to ask about and nothing to write: only what was not found.
+        RKProcessResultInfo info;
+        info.title = lastPathComponent(m_missing.constFirst().localizedRecoverySuggestion());
+        info.errors.items = m_missing;
+        showResults({info});
+        return;
+    }
     if (m_items.isEmpty()) {
         stopProcess();
         return;
@@ -132,9 +154,19 @@ void RKArchiveBase::doArchive()
         info.destPath.stringValue = url;
         info.password.stringValue = runner->usedPassword();
         info.verify.crc = runner->verifyCrc();
+        info.cancelled = runner->wasCancelled();
         results.append(info);
     }
     RKTaskbarProgress::endOfJob();
+    if (!results.isEmpty()) {
+        results.first().errors.items = m_missing + results.first().errors.items;
+    }
+    showResults(results);
+}
+
+void RKArchiveBase::showResults(QList<RKProcessResultInfo> results)
+{
+    RKJobHost* host = RKJobHost::current();
 
     // The stored profile decides, not the job's copy: the password window of
     // this very job may have changed it.
@@ -148,10 +180,10 @@ void RKArchiveBase::doArchive()
         info.password.showPassword = showPassword;
     }
 
-    if (RKResultDisplay* display = host->processResultWindow()) {
+    if (RKResultDisplay* display = host ? host->processResultWindow() : nullptr) {
         display->showResults(m_window, results);
     }
-    if (host->reserveExit()) {
+    if (host && host->reserveExit()) {
         host->terminate();
     }
     endProcess();

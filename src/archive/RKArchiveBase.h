@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/RKFile.h"
+#include "results/RKProcessResultInfo.h"
 #include "settings/RKProfileSetting.h"
 
 #include <QList>
@@ -35,7 +36,10 @@ public:
     RKArchiveBase(const QStringList& items, const RKProfileSetting& profile, QObject* window);
     ~RKArchiveBase() override;
 
-    // Starts the chain: locations, path lists, archives, results.
+    // Starts the chain: locations, path lists, archives, results. Paths
+    // that do not exist are taken out first, before any panel, and listed as
+    // errors (archiver code 1) in the first result; when none is left,
+    // nothing is asked or written and the results show just those errors.
     void startProcess();
 
     const QStringList& items() const { return m_items; }
@@ -146,6 +150,9 @@ protected:
 
 private:
     void searchChildFiles(RKFile& node, QStringList& foldersOnTheWay) const;
+    // Shows the results, then quits when the application was started to
+    // open items, and ends the job.
+    void showResults(QList<RKProcessResultInfo> results);
     void endProcess();
 
     QStringList m_items;
@@ -153,6 +160,7 @@ private:
     QPointer<QObject> m_window;
     QStringList m_savePaths;
     QList<QStringList> m_totalArchiveFiles;
+    QList<RQError> m_missing; // request paths that did not exist
     qint32 m_indexOfPaths = 0;
     bool m_ended = false;
 };

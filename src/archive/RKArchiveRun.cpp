@@ -1,6 +1,7 @@
 #include "archive/RKArchiveRun.h"
 
 #include "platform/RKAppInfo.h"
+#include "platform/RKJobHost.h"
 #include "platform/RKNotifier.h"
 #include "platform/RKTaskbarProgress.h"
 #include "settings/RKPasswordProvider.h"
@@ -73,6 +74,7 @@ void RKArchiveRun::doArchive(const QStringList& paths, const RKProfileSetting& a
     ++m_generation;
     m_closed = false;
     m_canselRequested = false;
+    m_cancelled = false;
     zipUtil = std::make_unique<RQZipArchiver>();
     zipUtil->setDelegate(this);
 
@@ -116,6 +118,7 @@ void RKArchiveRun::closeArchive(int code)
         zipUtil.reset();
     }
     m_closed = true;
+    m_cancelled = code == -1;
     archiveClosed(code);
 }
 
@@ -219,4 +222,10 @@ void RKArchiveRun::handToMainThread(std::function<void()> fn)
             fn();
         }
     });
+}
+
+bool RKArchiveRun::stopRequested() const
+{
+    const RKJobHost* host = RKJobHost::current();
+    return host && host->stopping();
 }

@@ -43,13 +43,14 @@ public:
     QString usedPassword() const override;
     QList<RQError> errors() const override;
     QString verifyCrc() const override;
+    bool wasCancelled() const override { return m_cancelled; }
 
     // Starts one archive: a new writer, the password of this archive (the
     // manual password window may appear over passwordWindow()), then the
     // writer. Returns at once; archiveClosed() tells the end. Main thread.
     void doArchive(const QStringList& filePaths, const RKProfileSetting& profile,
                    const QString& url);
-    // Asks the writer to stop at its next step boundary. Asked while the
+    // Asks the writer to stop (between chunks; the archive is dropped). Asked while the
     // password is still being worked out, the archive is not started. Main
     // thread.
     void cansel();
@@ -85,7 +86,7 @@ protected:
     virtual QObject* passwordWindow() { return nullptr; }
     // True when the front end was told to stop everything: an archive whose
     // password has been worked out is then not started.
-    virtual bool stopRequested() const { return false; }
+    virtual bool stopRequested() const;
     // The writer announced its number of steps.
     virtual void archiveStarted(int total);
     // Show progress().
@@ -112,6 +113,7 @@ private:
     QString m_usedPassword;
     bool m_closed = true;
     bool m_canselRequested = false;
+    bool m_cancelled = false;
 
     // Guards the progress pair, the error list and the CRC.
     mutable std::mutex m_lock;

@@ -31,4 +31,6 @@ public:
     // The CRC-32 ("%lX") of the last archive once it was read back and
     // passed; null when it was not checked or failed.
     virtual QString verifyCrc() const { return QString(); }
+    // Whether the last archive was cancelled (and so not made).
+    virtual bool wasCancelled() const { return false; }
 };

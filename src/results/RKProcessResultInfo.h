@@ -15,6 +15,9 @@ struct RKProcessResultInfo
     RKProcessResultDestPath destPath;
     RKProcessResultVerify verify;
     QString title;
+    // The run was cancelled: an archive being written was dropped, an
+    // extraction placed nothing more.
+    bool cancelled = false;
 
     bool hasErrors() const;
 };

@@ -4,6 +4,8 @@
 
 #include "archive/RKArchiveBase.h"
 #include "archive/widgets/RKProgressWindow.h"
+#include "settings/RKSetting.h"
+#include "support/FaultTable.h"
 #include "support/TestEnvironment.h"
 #include "support/jobs/ScriptedServices.h"
 #include "zip/ZipArchive.h"
@@ -11,6 +13,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+
+#include <atomic>
 
 using namespace ArchiveTestSupport;
 
@@ -190,5 +194,76 @@ INSTANTIATE_TEST_SUITE_P(
         JobCase{"CancelSameNameAskOnSecondItem", "MultiSameSource", {"a.txt", "a.rtf"},
                 {"a.txt", "a.rtf"}, 0, {}, {"a.zip"}, {ask("a.zip", kAskSameName)}, {}}),
     [](const auto& info) { return std::string(info.param.name); });
+
+// --- the fault table, through the application's job
+
+// The runner window that presses its cancel button once the first file is
+// under way, when asked to.
+class CancellingRunner : public RKProgressWindow
+{
+public:
+    bool cancelInFile = false;
+
+    void archiverArchiveProgressInFile(RQZipArchiver* archiver, quint64 done, quint64 size,
+                                       const QString& name) override
+    {
+        RKProgressWindow::archiverArchiveProgressInFile(archiver, done, size, name);
+        if (cancelInFile && !m_pressed.exchange(true)) {
+            handToMainThread([this] { btCanselTouchUpInside(); });
+        }
+    }
+
+private:
+    std::atomic<bool> m_pressed{false};
+};
+
+class FaultJob : public ::testing::TestWithParam<FaultTable::Row> {};
+
+TEST_P(FaultJob, LeavesWhatTheRowSays)
+{
+    const FaultTable::Row& row = GetParam();
+    QString skipped;
+    switch (FaultTable::enter(row, &skipped)) {
+    case FaultTable::Entry::Done:
+        return;
+    case FaultTable::Entry::Skip:
+        GTEST_SKIP() << skipped.toStdString();
+    case FaultTable::Entry::Run:
+        break;
+    }
+    QTemporaryDir dir;
+    const FaultTable::Place place(row, dir.path());
+    ScriptedServices services;
+    CancellingRunner runner;
+    runner.cancelInFile = row.cancel;
+    services.host.archiveRunner = &runner;
+    RKProfileSetting profile = RKSetting::Setting().archiveProfiles.constFirst().copy();
+    profile.saveLocation = RKProfileSetting::SaveLocationStaticFolder;
+    profile.saveStaticFolderPath = place.dest;
+    profile.sameFileName = RKProfileSetting::SameNameOverwrite;
+
+    EXPECT_EQ(runJob(makeJob("SingleStaticFolder", place.given(), profile)), 1);
+
+    ASSERT_EQ(services.host.results.shown.size(), 1) << "one result window";
+    const QList<RKProcessResultInfo> results = services.host.results.shown.constFirst();
+    QStringList errors;
+    for (const RKProcessResultInfo& result : results) {
+        for (const RQError& error : result.errors.items) {
+            errors << place.error(error.code(), error.localizedRecoverySuggestion(), error.localizedFailureReason());
+        }
+    }
+    EXPECT_TRUE(FaultTable::matches(errors, row.errors)) << errors.join('\n').toStdString();
+    EXPECT_EQ(FaultTable::describe(place.dest), row.after);
+    EXPECT_EQ(results.value(0).cancelled, row.cancel);
+    EXPECT_TRUE(services.panels.calls().isEmpty()) << "nothing is asked";
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, FaultJob,
+                         ::testing::ValuesIn([] {
+                             QList<FaultTable::Row> rows = FaultTable::rows(false) + FaultTable::rows(true);
+                             rows.removeIf([](const FaultTable::Row& row) { return row.extract; });
+                             return rows;
+                         }()),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace

@@ -178,9 +178,9 @@ TEST_F(Runner, JobAsksEveryPasswordOverTheRunnerAndACancelEndsOnlyItsArchive)
     ASSERT_EQ(services.host.results.shown.size(), 1);
     const auto& results = services.host.results.shown.front();
     ASSERT_EQ(results.size(), 3);
-    // The step under way when cancel came is completed, then the writer stops.
+    // The cancelled archive is dropped; the others are made.
     const QList<QPair<QString, QStringList>> made = {
-        {"one", {"one.txt"}}, {"two", {"two/"}}, {"three", {"three.txt"}}};
+        {"one", {"one.txt"}}, {"two", {}}, {"three", {"three.txt"}}};
     for (int i = 0; i < 3; ++i) {
         const QString password = i < 2 ? QStringLiteral("p%1").arg(i + 1) : QStringLiteral("");
         const QString archive = dir.filePath("out/" + made[i].first + ".zip");
@@ -188,7 +188,11 @@ TEST_F(Runner, JobAsksEveryPasswordOverTheRunnerAndACancelEndsOnlyItsArchive)
         EXPECT_EQ(results[i].password.stringValue, password);
         EXPECT_EQ(results[i].password.leftEmpty(), i == 2);
         EXPECT_TRUE(results[i].password.showPassword);
-        EXPECT_EQ(zipEntries(archive, password), made[i].second);
+        EXPECT_EQ(results[i].cancelled, i == 1);
+        EXPECT_EQ(QFileInfo::exists(archive), i != 1);
+        if (i != 1) {
+            EXPECT_EQ(zipEntries(archive, password), made[i].second);
+        }
         if (i == 0) {
             EXPECT_TRUE(zipEntries(archive).constFirst().startsWith("unreadable")) << i << " not encrypted";
         }

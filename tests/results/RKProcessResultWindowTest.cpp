@@ -12,6 +12,8 @@
 #include <QTreeWidget>
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 namespace {
 
 RKProcessResultInfo result(const QString& title, const QString& password, bool showPassword,
@@ -62,16 +64,21 @@ protected:
 };
 
 // Two archives, the second with one error; no password row without a
-// password, so the errors row follows the destination directly.
-TEST_F(RKProcessResultWindowTest, TwoArchivesTheSecondWithOneError)
+// password, so the errors row follows the destination directly. A third,
+// cancelled, says so; an error the system gave a reason for shows it.
+TEST_F(RKProcessResultWindowTest, TwoArchivesTheSecondWithOneErrorAndACancelledOne)
 {
     const RQError error = RQError::initWithErrorCode(2, QStringLiteral("/src/b/broken.txt"));
     const std::vector<std::string> expected{
         "a.zip = 処理が完了しました。", "  保存先 = /out/a.zip [copy]", "  エラー(0) = ",
         "b.zip = 処理が完了しましたが、エラーがあります。", "  保存先 = /out/b.zip [copy]", "  エラー(1) = ",
         "    /src/b/broken.txt = " + error.localizedDescription().toStdString() + " [copy]",
+        "c.zip = 処理がキャンセルされました。", "  保存先 = /out/c.zip [copy]", "  エラー(1) = ",
+        "    /src/c = 項目を読み込めませんでした。（許可がありません） [copy]",
     };
-    EXPECT_EQ(display({result("a.zip", QString(), false), result("b.zip", QString(), false, {error})}),
+    RKProcessResultInfo cancelled = result("c.zip", QString(), false, {RQError::initWithErrorCode(6, "/src/c", EACCES)});
+    cancelled.cancelled = true;
+    EXPECT_EQ(display({result("a.zip", QString(), false), result("b.zip", QString(), false, {error}), cancelled}),
               expected);
     EXPECT_EQ(window.size(), QSize(755, 300));
 

@@ -13,6 +13,7 @@
 #include "ui/RKWindowPlacement.h"
 #include "unarchive/widgets/RKUnArchiveProgressWindow.h"
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <QMessageBox>
 #include <QPushButton>
@@ -65,6 +66,9 @@ RKUnArchiveRunner* RKAppDelegate::unArchveProgressWindow()
 
 RKResultDisplay* RKAppDelegate::processResultWindow()
 {
+    if (m_stopping) {
+        return nullptr;
+    }
     if (m_processResultWindow == nullptr) {
         m_processResultWindow = new RKProcessResultWindow(m_window.get());
     }
@@ -80,6 +84,28 @@ void RKAppDelegate::terminate()
 {
     m_exitRequested = true;
     terminateIfIdle();
+}
+
+void RKAppDelegate::stopForSignal()
+{
+    if (m_stopping) {
+        return;
+    }
+    m_stopping = true;
+    m_pending.clear();
+    if (m_progressWindow) {
+        m_progressWindow->btCanselTouchUpInside();
+    }
+    if (m_unArchveProgressWindow && m_unArchveProgressWindow->isRunning()) {
+        m_unArchveProgressWindow->cancel();
+    }
+    // A panel, prompt or result window would hold the job up; a runner
+    // window ends by itself once its run has stopped.
+    QWidget* modal = QApplication::activeModalWidget();
+    if (modal && modal != m_progressWindow && modal != m_unArchveProgressWindow) {
+        modal->close();
+    }
+    terminate();
 }
 
 void RKAppDelegate::terminateIfIdle()

@@ -45,7 +45,9 @@ public:
     void terminate() override;
     RKArchiveRunner* progressWindow() override;
     RKUnArchiveRunner* unArchveProgressWindow() override;
+    // None once stopping: nobody is there to close it.
     RKResultDisplay* processResultWindow() override;
+    bool stopping() const override { return m_stopping; }
 
     // --- application life cycle ------------------------------------------------
     // The open-files request: items opened with the application (paths given
@@ -54,6 +56,12 @@ public:
     // End of start-up: an application that was asked to open items before
     // this point quits once that job is done.
     void applicationDidFinishLaunching();
+    // Told to stop by a signal (SIGTERM, SIGHUP, Ctrl-C): the run under way
+    // is cancelled as its cancel button would (an archive being written is
+    // dropped), a panel or window that waits for the user is closed,
+    // nothing more is started or shown, and the application ends once the
+    // job has wound down.
+    void stopForSignal();
     bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
 
     // --- dispatch -------------------------------------------------------------
@@ -135,6 +143,7 @@ private:
     bool m_nextScheduled = false;
     bool m_exitRequested = false;
     bool m_terminated = false;
+    bool m_stopping = false;
     QList<Request> m_pending;
     std::function<void()> m_terminateAction;
     RKJobHost* m_previousHost = nullptr;

@@ -43,7 +43,8 @@ public:
     void doClose(int code);
 
 public slots:
-    // The cancel button: asks the writer to stop at its next step boundary.
+    // The cancel button: the writer stops between two chunks and drops the
+    // archive being written.
     void btCanselTouchUpInside();
 
 protected:

@@ -72,8 +72,9 @@ void RKProcessResultWindow::reloadData()
     for (const RKProcessResultInfo& info : std::as_const(m_results)) {
         QTreeWidgetItem* top = addRow(
             nullptr, RowKind::Info, info.title,
-            info.hasErrors() ? QStringLiteral("処理が完了しましたが、エラーがあります。")
-                             : QStringLiteral("処理が完了しました。"),
+            info.cancelled       ? QStringLiteral("処理がキャンセルされました。")
+                : info.hasErrors() ? QStringLiteral("処理が完了しましたが、エラーがあります。")
+                                   : QStringLiteral("処理が完了しました。"),
             false, false);
         addRow(top, RowKind::DestPath, QStringLiteral("保存先"), info.destPath.stringValue, true,
                false);
@@ -93,8 +94,12 @@ void RKProcessResultWindow::reloadData()
                    QStringLiteral("エラー(%1)").arg(info.errors.items.size()), QString(), false,
                    false);
         for (const RQError& error : info.errors.items) {
+            const QString reason = error.localizedFailureReason();
             addRow(errors, RowKind::Error, error.localizedRecoverySuggestion(),
-                   error.localizedDescription(), true, false);
+                   reason.isEmpty() ? error.localizedDescription()
+                                    : error.localizedDescription() + QStringLiteral("（") + reason
+                           + QStringLiteral("）"),
+                   true, false);
         }
     }
 }
