@@ -2,18 +2,19 @@
 
 #include "app/RKDispatch.h"
 #include "cli/RKCommandLineHost.h"
-#include "cli/RKInterruptWatcher.h"
+#include "platform/RKInterruptWatcher.h"
 #include "cli/RKTerminal.h"
 #include "cli/RKTerminalPanelService.h"
 #include "cli/RKTerminalPasswordPrompt.h"
 #include "cli/RKTerminalProgress.h"
+#include "platform/RKLeftovers.h"
 #include "platform/RKNotifier.h"
 #include "platform/RKPanelService.h"
-#include "unarchive/RKWorkingFolder.h"
 
 #include <QDir>
 #include <QFileInfo>
 
+#include <csignal>
 #include <memory>
 #include <unistd.h>
 
@@ -91,6 +92,15 @@ QString profileLines(const QList<Profile>& profiles, const QString& defaultID)
                     .arg(profiles[i].profileName);
     }
     return text;
+}
+
+// The second interrupt ends the process from its signal handler: the
+// terminal gets its echo back and the line under the progress is ended.
+void beforeExitFromSignal()
+{
+    RKTerminal::restoreEchoFromSignal();
+    static const char line[] = "\n";
+    [[maybe_unused]] const ssize_t ignored = ::write(STDERR_FILENO, line, sizeof line - 1);
 }
 
 QString absolutePath(const QString& path, const QString& workingFolder)
@@ -217,9 +227,13 @@ int RKCommandLine::run(const Options& options)
                                     .arg(QCoreApplication::applicationVersion()));
         return ExitDone;
     case Command::Profiles:
+        // What killed runs left behind goes at every start that works with
+        // files (the application does the same).
+        RKLeftovers::removeStale();
         return listProfiles();
     case Command::Compress:
     case Command::Extract:
+        RKLeftovers::removeStale();
         return runJob(options);
     case Command::None:
         break;
@@ -242,14 +256,19 @@ int RKCommandLine::listProfiles()
 int RKCommandLine::runJob(const Options& options)
 {
     const bool compress = options.command == Command::Compress;
+    // Paths that do not exist are left to the job, which lists them among
+    // the results; only when none exists is there nothing to do.
+    QStringList missing;
     for (const QString& path : options.paths) {
         const QFileInfo info(path);
         if (!info.exists() && !info.isSymLink()) {
-            return usageError(tr("no such file or folder: %1").arg(path));
-        }
-        if (!compress && info.isDir()) {
+            missing.append(tr("no such file or folder: %1").arg(path));
+        } else if (!compress && info.isDir()) {
             return usageError(tr("%1 is a folder, not an archive").arg(path));
         }
+    }
+    if (missing.size() == options.paths.size()) {
+        return usageError(missing.join(QStringLiteral("\nmokuza: ")));
     }
     if (!options.dest.isEmpty() && QFileInfo::exists(options.dest)
         && !QFileInfo(options.dest).isDir()) {
@@ -331,9 +350,6 @@ int RKCommandLine::runJob(const Options& options)
         }
     }
 
-    // Working folders of killed runs go before this run makes its own.
-    RKWorkingFolder::removeStale();
-
     RKTerminalProgress progress(RKTerminal::isTerminal(STDERR_FILENO));
     RKCommandLineHost host(progress, options.showPassword);
     RKTerminalPanelService panels(host, interactive);
@@ -344,11 +360,13 @@ int RKCommandLine::runJob(const Options& options)
     const Installed<RKPasswordPrompt> installedPrompt(&prompt);
     const Installed<RKNotifier> installedNotifier(options.notify ? nullptr : &silent);
 
-    RKInterruptWatcher watcher;
+    // SIGPIPE too: a reader that went away ends the job as Ctrl-C would,
+    // without leaving a partial archive behind.
+    RKInterruptWatcher watcher({SIGINT, SIGTERM, SIGHUP, SIGPIPE}, beforeExitFromSignal);
     QObject::connect(&watcher, &RKInterruptWatcher::interrupted, &watcher, [&host] {
         if (!host.stopping()) {
-            RKTerminal::writeError(
-                tr("mokuza: stopping after the item under way (Ctrl-C again to quit at once)\n"));
+            RKTerminal::writeError(tr("mokuza: cancelling; an archive being written is not kept "
+                                      "(Ctrl-C again to quit at once)\n"));
         }
         host.stop(RKCommandLineHost::Stop::Interrupted);
     });
@@ -439,14 +457,20 @@ QString RKCommandLine::helpText()
         "answers. Progress goes to standard error: a bar on a terminal, plain lines\n"
         "elsewhere. The result of every archive goes to standard output.\n"
         "\n"
-        "Ctrl-C cancels: the item under way is completed and nothing more is started;\n"
-        "an extraction that is cancelled places nothing. Ctrl-C twice quits at once.\n"
+        "An archive gets its name only once it is complete and read back whole; a file\n"
+        "of that name stays as it was until then. Paths that do not exist are listed\n"
+        "among the errors and the others are done.\n"
+        "\n"
+        "Ctrl-C (or SIGTERM, SIGHUP) cancels at once: the archive being written is\n"
+        "discarded and nothing more is started; an extraction that is cancelled places\n"
+        "nothing more. A second one quits at once.\n"
         "\n"
         "Exit status:\n"
         "  0    every archive done\n"
         "  1    done, with errors (or something cancelled)\n"
-        "  2    bad usage, unknown profile, or a question with no terminal to answer it\n"
-        "  130  interrupted (Ctrl-C)\n"
+        "  2    bad usage, unknown profile, none of the paths exists, or a question\n"
+        "       with no terminal to answer it\n"
+        "  130  interrupted (Ctrl-C); 128+N for signal N (143 SIGTERM, 129 SIGHUP)\n"
         "\n"
         "The settings are MOKUZA-FULL's: ~/.config/MOKUZA/MOKUZA-FULL.conf.\n"
         "See mokuza(1).\n");

@@ -57,6 +57,9 @@ bool RKCommandLineHost::resultsShown() const
 
 bool RKCommandLineHost::allDone() const
 {
+    if (m_results->hasErrors()) {
+        return false;
+    }
     for (const int code : m_endings) {
         if (code != 0) {
             return false;

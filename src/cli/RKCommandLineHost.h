@@ -37,7 +37,7 @@ public:
     // would, and no further archive is started. The first reason counts.
     void stop(Stop why);
     Stop stopReason() const { return m_stop; }
-    bool stopping() const { return m_stop != Stop::None; }
+    bool stopping() const override { return m_stop != Stop::None; }
 
     // The runners: how to cancel the run under way (empty: none), the
     // archive it works on, and how each run ended (0 done, 1 with errors,
@@ -49,7 +49,8 @@ public:
 
     // The results shown, empty until the job showed them.
     bool resultsShown() const;
-    // Whether every run ended without errors and without a cancel.
+    // Whether every run ended without errors and without a cancel, and the
+    // results hold no error of the job's own (a path that did not exist).
     bool allDone() const;
 
 private:

@@ -1,6 +1,6 @@
 #include "cli/RKTerminal.h"
 
-#include "cli/RKInterruptWatcher.h"
+#include "platform/RKInterruptWatcher.h"
 
 #include <QByteArray>
 

@@ -89,12 +89,6 @@
         <translation>--password-stdin: 標準入力に 1 行もありません</translation>
     </message>
     <message>
-        <source>mokuza: stopping after the item under way (Ctrl-C again to quit at once)
-</source>
-        <translation>mokuza: 処理中の項目が終わったところで中止します（もう一度 Ctrl-C ですぐに終了）
-</translation>
-    </message>
-    <message>
         <source>the profile's settings are not ones this program knows</source>
         <translation>プロファイルの設定値がこのプログラムの知らないものです</translation>
     </message>
@@ -102,6 +96,16 @@
         <source>mokuza: nothing was made
 </source>
         <translation>mokuza: 何も作られませんでした
+</translation>
+    </message>
+    <message>
+        <source>--password-stdin: the password is empty</source>
+        <translation>--password-stdin: パスワードが空です</translation>
+    </message>
+    <message>
+        <source>mokuza: cancelling; an archive being written is not kept (Ctrl-C again to quit at once)
+</source>
+        <translation>mokuza: 中止します。書いている途中の ZIP は残しません（もう一度 Ctrl-C ですぐに終了）
 </translation>
     </message>
     <message>
@@ -139,14 +143,20 @@ asks on the terminal; without a terminal it refuses and names the option that
 answers. Progress goes to standard error: a bar on a terminal, plain lines
 elsewhere. The result of every archive goes to standard output.
 
-Ctrl-C cancels: the item under way is completed and nothing more is started;
-an extraction that is cancelled places nothing. Ctrl-C twice quits at once.
+An archive gets its name only once it is complete and read back whole; a file
+of that name stays as it was until then. Paths that do not exist are listed
+among the errors and the others are done.
+
+Ctrl-C (or SIGTERM, SIGHUP) cancels at once: the archive being written is
+discarded and nothing more is started; an extraction that is cancelled places
+nothing more. A second one quits at once.
 
 Exit status:
   0    every archive done
   1    done, with errors (or something cancelled)
-  2    bad usage, unknown profile, or a question with no terminal to answer it
-  130  interrupted (Ctrl-C)
+  2    bad usage, unknown profile, none of the paths exists, or a question
+       with no terminal to answer it
+  130  interrupted (Ctrl-C); 128+N for signal N (143 SIGTERM, 129 SIGHUP)
 
 The settings are MOKUZA-FULL's: ~/.config/MOKUZA/MOKUZA-FULL.conf.
 See mokuza(1).
@@ -186,22 +196,23 @@ MOKUZA-FULL のプロファイルのとおりに（名前の文字コード、�
 標準エラーに出ます（端末ではバー、それ以外では行ごと）。ZIP ごとの結果は
 標準出力に出ます。
 
-Ctrl-C で中止します。処理中の項目を終えたところで止まり、それ以上は始めません。
-中止した解凍は何も置きません。Ctrl-C を 2 回押すとすぐに終了します。
+ZIP はできあがって読み返しの検査を通ってから名前がつきます。それまでは同じ名前の
+ファイルはそのままです。存在しないパスはエラーに挙げ、ほかのものは処理します。
+
+Ctrl-C（または SIGTERM、SIGHUP）ですぐに中止します。書いている途中の ZIP は
+捨て、それ以上は始めません。中止した解凍はそれ以上何も置きません。もう一度
+送るとすぐに終了します。
 
 終了ステータス:
   0    すべて完了
   1    完了したがエラーがある（または中止したものがある）
-  2    使い方の誤り、不明なプロファイル、答えられる端末のない問い
-  130  中断（Ctrl-C）
+  2    使い方の誤り、不明なプロファイル、どのパスも存在しない、答えられる端末の
+       ない問い
+  130  中断（Ctrl-C）。シグナル N では 128+N（SIGTERM 143、SIGHUP 129）
 
 設定は MOKUZA-FULL と共通です: ~/.config/MOKUZA/MOKUZA-FULL.conf
 mokuza(1) も見てください。
 </translation>
-    </message>
-    <message>
-        <source>--password-stdin: the password is empty</source>
-        <translation>--password-stdin: パスワードが空です</translation>
     </message>
 </context>
 <context>
@@ -333,6 +344,118 @@ mokuza: 答えられる端末がありません。保存先は --dest DIR、同�
     <message>
         <source>password: none (it was empty), not encrypted</source>
         <translation>パスワード: なし（空だったため、暗号化されていません）</translation>
+    </message>
+    <message>
+        <source>%1 (%2)</source>
+        <translation>%1（%2）</translation>
+    </message>
+    <message>
+        <source>Operation not permitted</source>
+        <translation>許可されていない操作です</translation>
+    </message>
+    <message>
+        <source>No such file or directory</source>
+        <translation>そのようなファイルやディレクトリはありません</translation>
+    </message>
+    <message>
+        <source>Input/output error</source>
+        <translation>入力/出力エラーです</translation>
+    </message>
+    <message>
+        <source>No such device or address</source>
+        <translation>そのようなデバイスやアドレスはありません</translation>
+    </message>
+    <message>
+        <source>Cannot allocate memory</source>
+        <translation>メモリを確保できません</translation>
+    </message>
+    <message>
+        <source>Permission denied</source>
+        <translation>許可がありません</translation>
+    </message>
+    <message>
+        <source>Device or resource busy</source>
+        <translation>デバイスもしくはリソースがビジー状態です</translation>
+    </message>
+    <message>
+        <source>File exists</source>
+        <translation>ファイルが存在します</translation>
+    </message>
+    <message>
+        <source>Invalid cross-device link</source>
+        <translation>無効なデバイス間リンクです</translation>
+    </message>
+    <message>
+        <source>No such device</source>
+        <translation>そのようなデバイスはありません</translation>
+    </message>
+    <message>
+        <source>Not a directory</source>
+        <translation>ディレクトリではありません</translation>
+    </message>
+    <message>
+        <source>Is a directory</source>
+        <translation>ディレクトリです</translation>
+    </message>
+    <message>
+        <source>Invalid argument</source>
+        <translation>無効な引数です</translation>
+    </message>
+    <message>
+        <source>Too many open files in system</source>
+        <translation>システム全体で開いているファイルが多すぎます</translation>
+    </message>
+    <message>
+        <source>Too many open files</source>
+        <translation>開いているファイルが多すぎます</translation>
+    </message>
+    <message>
+        <source>Text file busy</source>
+        <translation>テキストファイルが使用中です</translation>
+    </message>
+    <message>
+        <source>File too large</source>
+        <translation>ファイルが大きすぎます</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>デバイスに空き領域がありません</translation>
+    </message>
+    <message>
+        <source>Read-only file system</source>
+        <translation>読み込み専用ファイルシステムです</translation>
+    </message>
+    <message>
+        <source>Too many links</source>
+        <translation>リンクが多すぎます</translation>
+    </message>
+    <message>
+        <source>File name too long</source>
+        <translation>ファイル名が長すぎます</translation>
+    </message>
+    <message>
+        <source>Directory not empty</source>
+        <translation>ディレクトリが空ではありません</translation>
+    </message>
+    <message>
+        <source>Too many levels of symbolic links</source>
+        <translation>シンボリックリンクの階層が多すぎます</translation>
+    </message>
+    <message>
+        <source>Operation not supported</source>
+        <translation>サポートされていない操作です</translation>
+    </message>
+    <message>
+        <source>Stale file handle</source>
+        <translation>古いファイルハンドルです</translation>
+    </message>
+    <message>
+        <source>Disk quota exceeded</source>
+        <translation>ディスク使用量制限を超過しました</translation>
+    </message>
+    <message>
+        <source>system error %1</source>
+        <translation>システムエラー %1</translation>
     </message>
 </context>
 <context>
