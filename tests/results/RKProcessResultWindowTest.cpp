@@ -76,7 +76,7 @@ TEST_F(RKProcessResultWindowTest, TwoArchivesTheSecondWithOneErrorAndACancelledO
         "c.zip = 処理がキャンセルされました。", "  保存先 = /out/c.zip [copy]", "  エラー(1) = ",
         "    /src/c = 項目を読み込めませんでした。（許可がありません） [copy]",
     };
-    RKProcessResultInfo cancelled = result("c.zip", QString(), false, {RQError::initWithErrorCode(6, "/src/c", EACCES)});
+    RKProcessResultInfo cancelled = result("c.zip", QString(), false, {RQError::initWithErrorCode(8, "/src/c", EACCES)});
     cancelled.cancelled = true;
     EXPECT_EQ(display({result("a.zip", QString(), false), result("b.zip", QString(), false, {error}), cancelled}),
               expected);

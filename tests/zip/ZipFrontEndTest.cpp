@@ -90,11 +90,11 @@ INSTANTIATE_TEST_SUITE_P(
         RunCase { "MissingItemIsCodeOneAndTheRestIsStored", { "a", "-gone", "c" }, { "a", "c" },
                   { "started 3", "progress 1/3 $1", "error 1 $2", "progress 3/3 $3", "finished $ZIP" } },
         // read without waiting for a writer, whether ahead of the step or in it
-        RunCase { "FifoIsCodeSevenAndTheRestIsStored", { "a", "|fifo", "c" }, { "a", "c" },
-                  { "started 3", "progress 1/3 $1", "progress 2/3 $2", "error 7 $2", "progress 3/3 $3", "finished $ZIP" } },
+        RunCase { "FifoIsCodeNineAndTheRestIsStored", { "a", "|fifo", "c" }, { "a", "c" },
+                  { "started 3", "progress 1/3 $1", "progress 2/3 $2", "error 9 $2", "progress 3/3 $3", "finished $ZIP" } },
         // the old archive stays: an empty one is no result
         RunCase { "NothingStoredLeavesNoArchive", { "|fifo", "-gone" }, { "old" },
-                  { "started 2", "progress 1/2 $1", "error 7 $1", "error 1 $2", "error 10 $ZIP", "finished $ZIP" } },
+                  { "started 2", "progress 1/2 $1", "error 9 $1", "error 1 $2", "error 12 $ZIP", "finished $ZIP" } },
         RunCase { "PasswordWithoutAsciiFormIsRefused", { "a", "b" }, { "old" },
                   { "started 2", "progress 1/2 $1", "error 2 $1", "progress 2/2 $2", "error 2 $2", "finished $ZIP" }, "パスワード" },
         RunCase { "FolderFirst", { "a/b/", "a/b/x/y.txt" }, { "b/", "b/x/y.txt" } },
