@@ -12,9 +12,9 @@
 
 namespace {
 
-// A request is the magic number and the path list; the running instance
-// answers one byte once it has taken the paths.
-constexpr quint32 kRequestMagic = 0x4D4B5A31; // "MKZ1"
+// A request is the magic number, the path list and the activation token; the
+// running instance answers one byte once it has taken the paths.
+constexpr quint32 kRequestMagic = 0x4D4B5A32; // "MKZ2"
 constexpr char kAcknowledge = 'K';
 constexpr QDataStream::Version kStreamVersion = QDataStream::Qt_6_4;
 
@@ -72,7 +72,8 @@ bool RKSingleInstance::isListening() const
     return m_server != nullptr && m_server->isListening();
 }
 
-RKSingleInstance::Role RKSingleInstance::start(const QStringList& paths, int timeoutMs)
+RKSingleInstance::Role RKSingleInstance::start(const QStringList& paths, const QString& activationToken,
+                                               int timeoutMs)
 {
     // Two starts at the same moment must not both decide that nobody runs:
     // the look-up and the listen happen under one lock.
@@ -80,7 +81,7 @@ RKSingleInstance::Role RKSingleInstance::start(const QStringList& paths, int tim
     lock.setStaleLockTime(30000);
     const bool locked = lock.tryLock(timeoutMs);
 
-    switch (handOff(paths, timeoutMs)) {
+    switch (handOff(paths, activationToken, timeoutMs)) {
     case HandOffResult::Confirmed:
         return Role::HandedOff;
     case HandOffResult::NoAnswer:
@@ -97,7 +98,8 @@ RKSingleInstance::Role RKSingleInstance::start(const QStringList& paths, int tim
     return Role::Primary;
 }
 
-RKSingleInstance::HandOffResult RKSingleInstance::handOff(const QStringList& paths, int timeoutMs)
+RKSingleInstance::HandOffResult RKSingleInstance::handOff(const QStringList& paths, const QString& activationToken,
+                                                          int timeoutMs)
 {
     QLocalSocket socket;
     socket.connectToServer(m_serverName);
@@ -108,7 +110,7 @@ RKSingleInstance::HandOffResult RKSingleInstance::handOff(const QStringList& pat
     {
         QDataStream out(&request, QIODevice::WriteOnly);
         out.setVersion(kStreamVersion);
-        out << kRequestMagic << paths;
+        out << kRequestMagic << paths << activationToken;
     }
     socket.write(request);
     while (socket.bytesToWrite() > 0) {
@@ -170,11 +172,12 @@ void RKSingleInstance::readRequest(QLocalSocket* socket)
     in.startTransaction();
     quint32 magic = 0;
     QStringList paths;
-    in >> magic >> paths;
+    QString activationToken;
+    in >> magic >> paths >> activationToken;
     if (!in.commitTransaction()) {
         return; // the rest of the request is still on its way
     }
     socket->write(&kAcknowledge, 1);
     socket->flush();
-    emit openFilesRequested(paths);
+    emit openFilesRequested(paths, activationToken);
 }

@@ -31,8 +31,10 @@ public:
     ~RKSingleInstance() override;
 
     // Hands paths to a running instance, or becomes the running instance.
+    // activationToken: the launcher's token (XDG_ACTIVATION_TOKEN), handed
+    // over with the paths so that the running instance may take the focus.
     // Waits at most timeoutMs for a running instance to answer.
-    Role start(const QStringList& paths, int timeoutMs = 10000);
+    Role start(const QStringList& paths, const QString& activationToken = QString(), int timeoutMs = 10000);
 
     bool isListening() const;
     QString serverName() const { return m_serverName; }
@@ -49,13 +51,14 @@ public:
 
 signals:
     // Paths handed over by a later start (possibly none: the user started the
-    // application again without items).
-    void openFilesRequested(const QStringList& paths);
+    // application again without items), with its activation token (possibly
+    // empty).
+    void openFilesRequested(const QStringList& paths, const QString& activationToken);
 
 private:
     enum class HandOffResult { NoServer, Confirmed, NoAnswer };
 
-    HandOffResult handOff(const QStringList& paths, int timeoutMs);
+    HandOffResult handOff(const QStringList& paths, const QString& activationToken, int timeoutMs);
     bool listen();
     void acceptConnections();
     void readRequest(QLocalSocket* socket);

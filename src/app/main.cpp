@@ -4,11 +4,13 @@
 #include "app/widgets/RKLogoImageView.h"
 #include "app/widgets/RKSettingAlert.h"
 #include "app/widgets/RKTopWindow.h"
+#include "archive/RKArchiveBase.h"
 #include "platform/RKAppInfo.h"
 #include "platform/RKInterruptWatcher.h"
 #include "platform/RKLauncherEntry.h"
 #include "platform/RKLeftovers.h"
 #include "platform/RKPanelService.h"
+#include "platform/wayland/RKWaylandKeyStateSource.h"
 #include "settings/RKPasswordPrompt.h"
 #include "settings/RKSettingNotice.h"
 #include "ui/RKQtPanelService.h"
@@ -17,6 +19,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QTextStream>
+#include <QTimer>
 
 #include <csignal>
 #include <cstdio>
@@ -49,12 +52,44 @@ private:
     bool m_enabled;
 };
 
-void bringToFront(QWidget* window)
+// The manual password window, reported once it runs (for the tests' hooks).
+class ReportingPasswordPrompt : public RKAppPasswordPrompt
+{
+public:
+    explicit ReportingPasswordPrompt(const TestHooks& hooks)
+        : m_hooks(hooks)
+    {
+    }
+
+    QString showPasswordDialog(QObject* window, const RKProfileSetting& profile) override
+    {
+        QTimer::singleShot(0, [this] { m_hooks.report(QStringLiteral("password-window")); });
+        return RKAppPasswordPrompt::showPasswordDialog(window, profile);
+    }
+
+private:
+    const TestHooks& m_hooks;
+};
+
+// Asks for the keyboard focus with the launcher's activation token: a
+// Wayland compositor gives the focus to a window only with one, and only
+// with the focus does the application learn which keys are held. Qt's
+// Wayland plug-in hands XDG_ACTIVATION_TOKEN over when the window asks to be
+// activated (and then forgets it).
+void activateWithToken(QWidget* window, const QString& token)
+{
+    if (!token.isEmpty()) {
+        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
+    }
+    window->activateWindow();
+}
+
+void bringToFront(QWidget* window, const QString& activationToken)
 {
     window->show();
     window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
     window->raise();
-    window->activateWindow();
+    activateWithToken(window, activationToken);
 }
 
 } // namespace
@@ -74,8 +109,9 @@ int main(int argc, char** argv)
     const QStringList paths =
         RKSingleInstance::absolutePaths(QCoreApplication::arguments().mid(1), QDir::currentPath());
 
+    const QString activationToken = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
     RKSingleInstance instance;
-    switch (instance.start(paths)) {
+    switch (instance.start(paths, activationToken)) {
     case RKSingleInstance::Role::HandedOff:
         hooks.report(QStringLiteral("handed-off"), paths);
         return 0;
@@ -91,10 +127,17 @@ int main(int argc, char** argv)
     // own: a killed run may have left a large tree.
     std::thread staleWorkingFolders([] { RKLeftovers::removeStale(); });
 
+    // Before the first window: its first keyboard focus tells which keys are
+    // held (the drop or open-files request's profile and password keys).
+    const std::unique_ptr<RKWaylandKeyStateSource> waylandKeys = RKWaylandKeyStateSource::create();
+    if (waylandKeys) {
+        RKKeyStateSource::setCurrent(waylandKeys.get());
+    }
+
     RKTranslations::install(app);
     RKQtPanelService panels;
     RKPanelService::setCurrent(&panels);
-    RKAppPasswordPrompt passwordPrompt;
+    ReportingPasswordPrompt passwordPrompt(hooks);
     RKPasswordPrompt::setCurrent(&passwordPrompt);
     RKLauncherEntry launcherEntry;
     RKTaskbarProgress::setCurrent(&launcherEntry);
@@ -109,11 +152,14 @@ int main(int argc, char** argv)
         QApplication::setQuitOnLastWindowClosed(
             delegate.applicationShouldTerminateAfterLastWindowClosed());
         QObject::connect(&instance, &RKSingleInstance::openFilesRequested, &delegate,
-                         [&delegate, &hooks](const QStringList& handedPaths) {
+                         [&delegate, &hooks](const QStringList& handedPaths, const QString& token) {
                              hooks.report(QStringLiteral("open-files"), handedPaths);
-                             if (handedPaths.isEmpty()) {
-                                 bringToFront(delegate.window());
-                             } else {
+                             // With a token the window may take the focus, and
+                             // so see the keys held for this request.
+                             if (handedPaths.isEmpty() || !token.isEmpty()) {
+                                 bringToFront(delegate.window(), token);
+                             }
+                             if (!handedPaths.isEmpty()) {
                                  delegate.applicationOpenFiles(handedPaths);
                              }
                          });
@@ -122,12 +168,17 @@ int main(int argc, char** argv)
         RKInterruptWatcher stopSignals({SIGINT, SIGTERM, SIGHUP});
         QObject::connect(&stopSignals, &RKInterruptWatcher::interrupted, &delegate,
                          [&delegate] { delegate.stopForSignal(); });
-        QObject::connect(&delegate, &RKAppDelegate::jobStarted, &delegate,
-                         [&hooks] { hooks.report(QStringLiteral("job-started")); });
+        QObject::connect(&delegate, &RKAppDelegate::jobStarted, &delegate, [&delegate, &hooks] {
+            // The archive job's profile name and password, as the held keys made them.
+            const RKArchiveBase* job = delegate.archiver().get();
+            hooks.report(QStringLiteral("job-started"),
+                         job ? QStringList{job->profile().profileName, job->profile().password} : QStringList());
+        });
         QObject::connect(&delegate, &RKAppDelegate::jobFinished, &delegate,
                          [&hooks] { hooks.report(QStringLiteral("job-finished")); });
 
         delegate.window()->show();
+        activateWithToken(delegate.window(), QString());
         if (!paths.isEmpty()) {
             hooks.report(QStringLiteral("open-files"), paths);
             delegate.applicationOpenFiles(paths);
@@ -138,6 +189,7 @@ int main(int argc, char** argv)
     }
 
     RKSettingNotice::setCurrent(nullptr);
+    RKKeyStateSource::setCurrent(nullptr);
     RKTaskbarProgress::setCurrent(nullptr);
     RKPasswordPrompt::setCurrent(nullptr);
     RKPanelService::setCurrent(nullptr);

@@ -1,5 +1,6 @@
 #include "platform/RKKeyStateSource.h"
 
+#include "platform/RKKeyCodeTable.h"
 #include "platform/RKX11KeyStateSource.h"
 
 #include <atomic>
@@ -22,4 +23,21 @@ RKKeyStateSource* RKKeyStateSource::current()
 void RKKeyStateSource::setCurrent(RKKeyStateSource* source)
 {
     g_injected.store(source);
+}
+
+bool RKKeyStateSource::knowsState(bool)
+{
+    return true;
+}
+
+QSet<int> RKKeyStateSource::heldX11KeyCodes()
+{
+    QSet<int> held;
+    for (int code = 0; code < 128; ++code) {
+        const int x11KeyCode = RKKeyCodeTable::x11KeyCode(code);
+        if (x11KeyCode != 0 && isKeyHeld(code)) {
+            held.insert(x11KeyCode);
+        }
+    }
+    return held;
 }

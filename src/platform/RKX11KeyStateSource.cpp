@@ -1,6 +1,7 @@
 #include "platform/RKX11KeyStateSource.h"
 
 #include "platform/RKKeyCodeTable.h"
+#include "platform/RKXWayland.h"
 
 #include <X11/Xlib.h>
 
@@ -21,22 +22,59 @@ _XDisplay* RKX11KeyStateSource::display()
     if (!m_openAttempted) {
         m_openAttempted = true;
         m_display = XOpenDisplay(m_displayName.isEmpty() ? nullptr : m_displayName.constData());
+        int opcode = 0;
+        int event = 0;
+        int error = 0;
+        m_xwayland = m_display && RKIsXWayland(XQueryExtension(m_display, "XWAYLAND", &opcode, &event, &error));
     }
     return m_display;
 }
 
-bool RKX11KeyStateSource::isKeyHeld(int virtualKeyCode)
+bool RKX11KeyStateSource::queryKeymap(char (&keys)[32])
 {
-    const int keyCode = RKKeyCodeTable::x11KeyCode(virtualKeyCode);
-    if (keyCode == 0) {
-        return false;
-    }
     const std::lock_guard<std::mutex> lock(m_mutex);
     Display* connection = display();
     if (!connection) {
         return false;
     }
-    char keys[32] = {};
     XQueryKeymap(connection, keys);
+    return true;
+}
+
+bool RKX11KeyStateSource::isKeyHeld(int virtualKeyCode)
+{
+    const int keyCode = RKKeyCodeTable::x11KeyCode(virtualKeyCode);
+    char keys[32] = {};
+    if (keyCode == 0 || !queryKeymap(keys)) {
+        return false;
+    }
     return (static_cast<unsigned char>(keys[keyCode / 8]) >> (keyCode % 8)) & 1;
+}
+
+QSet<int> RKX11KeyStateSource::heldX11KeyCodes()
+{
+    QSet<int> held;
+    char keys[32] = {};
+    if (queryKeymap(keys)) {
+        for (int keyCode = 8; keyCode < 256; ++keyCode) {
+            if ((static_cast<unsigned char>(keys[keyCode / 8]) >> (keyCode % 8)) & 1) {
+                held.insert(keyCode);
+            }
+        }
+    }
+    return held;
+}
+
+bool RKX11KeyStateSource::isXWayland()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    display();
+    return m_xwayland;
+}
+
+bool RKX11KeyStateSource::knowsState(bool applicationHasFocus)
+{
+    // XWayland learns the held keys from the compositor when one of its
+    // windows gains the focus, and forgets them when it loses it.
+    return applicationHasFocus || !isXWayland();
 }

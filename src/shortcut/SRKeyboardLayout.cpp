@@ -1,5 +1,7 @@
 #include "shortcut/SRKeyboardLayout.h"
 
+#include "platform/RKSessionKeymap.h"
+
 #include <QCoreApplication>
 #include <QPointer>
 #include <QSocketNotifier>
@@ -37,13 +39,20 @@ char32_t spacingAccent(xkb_keysym_t sym)
     return index < std::size(accents) ? accents[index] : 0;
 }
 
-// Offscreen and minimal platforms show no windows on a display, so an X
-// display named in the environment is not the keyboard their events come from.
-bool platformUsesADisplay()
+QString platformName()
 {
     const QCoreApplication* app = QCoreApplication::instance();
-    const QString platform = app ? app->property("platformName").toString() : QString();
-    return !platform.startsWith(QStringLiteral("offscreen")) && !platform.startsWith(QStringLiteral("minimal"));
+    return app ? app->property("platformName").toString() : QString();
+}
+
+// Offscreen and minimal platforms show no windows on a display, and a
+// Wayland client's keys come from the compositor, so there an X display named
+// in the environment (XWayland's) is not the keyboard events come from.
+bool platformUsesAnXDisplay()
+{
+    const QString platform = platformName();
+    return !platform.startsWith(QStringLiteral("offscreen")) && !platform.startsWith(QStringLiteral("minimal"))
+           && !platform.startsWith(QStringLiteral("wayland"));
 }
 
 } // namespace
@@ -129,6 +138,43 @@ std::unique_ptr<SRKeyboardLayout> SRKeyboardLayout::fromX11Display(const QByteAr
                 &SRKeyboardLayout::processPendingChanges);
     }
     return result;
+}
+
+std::unique_ptr<SRKeyboardLayout> SRKeyboardLayout::fromSessionKeymap()
+{
+    // The default names' keymap stands in until the compositor's has come.
+    std::unique_ptr<SRKeyboardLayout> result = fromNames();
+    if (!result) {
+        return nullptr;
+    }
+    result->loadSessionKeymap();
+    SRKeyboardLayout* layout = result.get();
+    connect(RKSessionKeymap::instance(), &RKSessionKeymap::changed, layout, [layout] {
+        if (layout->loadSessionKeymap()) {
+            emit layout->layoutChanged();
+        }
+    });
+    return result;
+}
+
+bool SRKeyboardLayout::loadSessionKeymap()
+{
+    const QByteArray text = RKSessionKeymap::instance()->keymap();
+    xkb_keymap* keymap = text.isEmpty() ? nullptr
+                                        : xkb_keymap_new_from_string(m_context, text.constData(),
+                                                                     XKB_KEYMAP_FORMAT_TEXT_V1,
+                                                                     XKB_KEYMAP_COMPILE_NO_FLAGS);
+    xkb_state* state = keymap ? xkb_state_new(keymap) : nullptr;
+    if (!state) {
+        xkb_keymap_unref(keymap);
+        return false;
+    }
+    xkb_state_update_mask(state, 0, 0, 0, 0, 0, RKSessionKeymap::instance()->group());
+    xkb_state_unref(m_state);
+    xkb_keymap_unref(m_keymap);
+    m_keymap = keymap;
+    m_state = state;
+    return true;
 }
 
 bool SRKeyboardLayout::loadX11Keymap()
@@ -244,7 +290,9 @@ SRKeyboardLayout* SRKeyboardLayout::current()
     }
     if (!g_session) {
         std::unique_ptr<SRKeyboardLayout> session;
-        if (platformUsesADisplay()) {
+        if (platformName().startsWith(QStringLiteral("wayland"))) {
+            session = fromSessionKeymap();
+        } else if (platformUsesAnXDisplay()) {
             session = fromX11Display();
         }
         if (!session) {

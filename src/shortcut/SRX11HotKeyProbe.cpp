@@ -1,6 +1,10 @@
 #include "shortcut/SRX11HotKeyProbe.h"
 
 #include "platform/RKKeyCodeTable.h"
+#include "platform/RKXWayland.h"
+
+#include <QCoreApplication>
+#include <QVariant>
 
 #include <xcb/xcb.h>
 
@@ -35,6 +39,20 @@ xcb_connection_t* SRX11HotKeyProbe::connection()
     if (!m_openAttempted) {
         m_openAttempted = true;
         m_connection = xcb_connect(m_displayName.isEmpty() ? nullptr : m_displayName.constData(), nullptr);
+        // XWayland's grabs are only its own clients'; the compositor's
+        // shortcuts are not among them, so it would call every one free.
+        const QCoreApplication* app = QCoreApplication::instance();
+        const bool wayland = app && app->property("platformName").toString().startsWith(QStringLiteral("wayland"));
+        if (!xcb_connection_has_error(m_connection)) {
+            xcb_query_extension_reply_t* extension = xcb_query_extension_reply(
+                m_connection, xcb_query_extension(m_connection, 8, "XWAYLAND"), nullptr);
+            const bool xwayland = RKIsXWayland(extension && extension->present);
+            std::free(extension);
+            if (wayland || xwayland) {
+                xcb_disconnect(m_connection);
+                m_connection = nullptr;
+            }
+        }
     }
     return m_connection && !xcb_connection_has_error(m_connection) ? m_connection : nullptr;
 }

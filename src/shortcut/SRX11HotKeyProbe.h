@@ -13,7 +13,8 @@ struct xcb_connection_t;
 // grab of the same key and modifiers fails with BadAccess. So the probe
 // tries the grab on a connection of its own and lets it go at once. It sees
 // every binding made that way, and none that is switched off. The display is
-// opened on first use; without one, nothing can be probed.
+// opened on first use; without one, or when it is XWayland's (whose grabs
+// know nothing of the compositor's shortcuts), nothing can be probed.
 class SRX11HotKeyProbe : public SRHotKeyProbe
 {
 public:

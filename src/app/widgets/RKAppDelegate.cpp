@@ -6,6 +6,7 @@
 #include "app/widgets/RKTopWindow.h"
 #include "archive/widgets/RKProgressWindow.h"
 #include "platform/RKAppInfo.h"
+#include "platform/RKKeyStateSource.h"
 #include "preferences/widgets/RKPreferenceWindow.h"
 #include "results/widgets/RKProcessResultWindow.h"
 #include "settings/RKPasswordProvider.h"
@@ -15,6 +16,7 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
@@ -32,6 +34,8 @@ RKAppDelegate::RKAppDelegate(QObject* parent)
     };
     m_previousHost = RKJobHost::current();
     RKJobHost::setCurrent(this);
+    m_keyStateTimer.setInterval(10);
+    connect(&m_keyStateTimer, &QTimer::timeout, this, &RKAppDelegate::checkKeyState);
 }
 
 RKAppDelegate::~RKAppDelegate()
@@ -200,23 +204,42 @@ void RKAppDelegate::enqueue(Request request)
 void RKAppDelegate::scheduleNextRequest()
 {
     // The set-up runs on a later turn of the main loop, so that the drop or
-    // the open-files call returns before any panel or window of the job.
+    // the open-files call returns before any panel or window of the job, and
+    // once the held keys can be known: a window just opened may not have the
+    // keyboard focus yet, and some keyboards are seen only through it.
     if (m_jobRunning || m_nextScheduled || m_pending.isEmpty()) {
         return;
     }
     m_nextScheduled = true;
-    QTimer::singleShot(0, this, [this] {
-        m_nextScheduled = false;
-        runNextRequest();
-    });
+    m_keyStateWait.start();
+    QTimer::singleShot(0, this, &RKAppDelegate::checkKeyState);
 }
 
-void RKAppDelegate::runNextRequest()
+void RKAppDelegate::checkKeyState()
+{
+    if (!m_nextScheduled) {
+        return;
+    }
+    const bool known = RKKeyStateSource::current()->knowsState(QGuiApplication::focusWindow() != nullptr);
+    if (!known && m_keyStateWait.elapsed() < kKeyStateWaitMs) {
+        m_keyStateTimer.start();
+        return;
+    }
+    m_keyStateTimer.stop();
+    m_nextScheduled = false;
+    runNextRequest(known);
+}
+
+void RKAppDelegate::runNextRequest(bool keyStateKnown)
 {
     if (m_jobRunning || m_pending.isEmpty()) {
         return;
     }
     const Request request = m_pending.takeFirst();
+    m_keyStateKnown = keyStateKnown;
+    if (keyStateKnown) {
+        m_heldKeyFilter.ignore(RKKeyStateSource::current()->heldX11KeyCodes());
+    }
     // Setting up may wait for the user (the manual password window runs its
     // own loop): a request handed over meanwhile must wait for this one
     // instead of starting a second job beside it.
@@ -235,9 +258,9 @@ void RKAppDelegate::runNextRequest()
 bool RKAppDelegate::innerDoArchive(const QStringList& paths, const RKProfileSetting& profile)
 {
     const RKSetting setting = RKSetting::Setting();
-    const bool passwordHeld = RKDispatch::passwordCombinationHeld(setting);
+    const bool passwordHeld = m_keyStateKnown && RKDispatch::passwordCombinationHeld(setting);
     const RKProfileSetting chosen =
-        RKDispatch::heldArchiveProfile(setting.archiveProfiles).value_or(profile);
+        (m_keyStateKnown ? RKDispatch::heldArchiveProfile(setting.archiveProfiles) : std::nullopt).value_or(profile);
     RKProfileSetting copy = chosen.copy();
     if (passwordHeld) {
         // The typed text becomes a fixed template for this job only; the
@@ -264,7 +287,8 @@ bool RKAppDelegate::innerDoUnArchive(const QStringList& paths,
 {
     const RKSetting setting = RKSetting::Setting();
     const RKUnArchiveProfileSetting chosen =
-        RKDispatch::heldUnArchiveProfile(setting.unArchiveProfiles).value_or(profile);
+        (m_keyStateKnown ? RKDispatch::heldUnArchiveProfile(setting.unArchiveProfiles) : std::nullopt)
+            .value_or(profile);
     const auto jobClass = RKDispatch::unArchiveJobClass(paths.size(), chosen.saveLocation);
     std::shared_ptr<RKUnArchiveBase> job =
         RKDispatch::makeUnArchiveJob(jobClass, paths, chosen, m_window.get());

@@ -1,12 +1,15 @@
 #pragma once
 
+#include "app/widgets/RKHeldKeyFilter.h"
 #include "platform/RKJobHost.h"
 #include "settings/RKProfileSetting.h"
 #include "settings/RKUnArchiveProfileSetting.h"
 
 #include <QList>
 #include <QObject>
+#include <QElapsedTimer>
 #include <QStringList>
+#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -98,6 +101,13 @@ public:
     // What ending the application does; by default the event loop is left.
     void setTerminateAction(std::function<void()> action);
 
+    // How long a request waits for the held keys to be known (the keyboard
+    // focus, see RKKeyStateSource::knowsState) before it goes on as with no
+    // key held.
+    static constexpr int kKeyStateWaitMs = 500;
+    // Keys held when the last job started, ignored by its windows until released.
+    const RKHeldKeyFilter& heldKeyFilter() const { return m_heldKeyFilter; }
+
 signals:
     // A job object was created and started.
     void jobStarted();
@@ -108,7 +118,8 @@ signals:
 
 protected:
     // The deferred steps of doArchive / doUnArchive: held keys are sampled
-    // here, then the job is created and started. False when the values name
+    // here (unless they could not be known in time: then none is held),
+    // then the job is created and started. False when the values name
     // no job class and nothing was started.
     bool innerDoArchive(const QStringList& paths, const RKProfileSetting& profile);
     bool innerDoUnArchive(const QStringList& paths, const RKUnArchiveProfileSetting& profile);
@@ -123,7 +134,8 @@ private:
 
     void enqueue(Request request);
     void scheduleNextRequest();
-    void runNextRequest();
+    void checkKeyState();
+    void runNextRequest(bool keyStateKnown);
     void onJobFinished();
     void terminateIfIdle();
 
@@ -141,6 +153,10 @@ private:
     bool m_reserveExit = false;
     bool m_jobRunning = false;
     bool m_nextScheduled = false;
+    bool m_keyStateKnown = true;
+    QTimer m_keyStateTimer;
+    QElapsedTimer m_keyStateWait;
+    RKHeldKeyFilter m_heldKeyFilter;
     bool m_exitRequested = false;
     bool m_terminated = false;
     bool m_stopping = false;
