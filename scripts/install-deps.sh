@@ -13,14 +13,20 @@ PACKAGES=(
   libqt6dbus6 libqt6svg6 qt6-qpa-plugins qt6-wayland
   libquazip1-qt6-dev zlib1g-dev libdeflate-dev libbz2-dev liblzma-dev libicu-dev
   libx11-dev libxkbcommon-dev libxkbcommon-x11-dev libxcb1-dev libxcb-xkb-dev
+  # Wayland key state (Qt's own connection), GNOME's key bindings, the keyring
+  libwayland-dev qt6-base-private-dev libglib2.0-dev qtkeychain-qt6-dev
   # tests
   libgtest-dev libgmock-dev googletest
   xvfb xauth xdotool x11-utils x11-xkb-utils dbus dbus-x11 python3 python3-dbus python3-gi gir1.2-glib-2.0
+  # a headless Wayland session (sway, its XWayland, screenshots), wayland-scanner for
+  # the tests' virtual keyboard, GNOME's key-binding schemas, a keyring
+  sway xwayland grim libwayland-bin gsettings-desktop-schemas gnome-shell-common
+  gnome-settings-daemon-common gnome-keyring
   # sanitizer runs and the fuzz target (libFuzzer, readable stack traces)
   clang libclang-rt-14-dev llvm
   # the Debian package: icons drawn from the SVG, package tools, checks of the
   # desktop entry and the AppStream file
-  librsvg2-bin dpkg-dev desktop-file-utils appstream
+  librsvg2-bin dpkg-dev desktop-file-utils appstream lintian
   # interop peers
   zip unzip p7zip-full libarchive-tools
   # benchmarks (peak memory of a run)

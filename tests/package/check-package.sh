@@ -18,6 +18,8 @@ sort >"$work/expected" <<'LIST'
 -rwxr-xr-x /usr/bin/mokuza
 -rwxr-xr-x /usr/bin/mokuza-full
 -rw-r--r-- /usr/share/applications/mokuza-full.desktop
+-rw-r--r-- /usr/share/doc/mokuza-full/changelog.gz
+-rw-r--r-- /usr/share/doc/mokuza-full/copyright
 -rw-r--r-- /usr/share/file-manager/actions/mokuza-full-compress.desktop
 -rw-r--r-- /usr/share/file-manager/actions/mokuza-full-extract.desktop
 -rw-r--r-- /usr/share/icons/hicolor/16x16/apps/mokuza-full.png
@@ -30,8 +32,8 @@ sort >"$work/expected" <<'LIST'
 -rw-r--r-- /usr/share/icons/hicolor/256x256/apps/mokuza-full.png
 -rw-r--r-- /usr/share/icons/hicolor/512x512/apps/mokuza-full.png
 -rw-r--r-- /usr/share/icons/hicolor/scalable/apps/mokuza-full.svg
--rwxr-xr-x /usr/share/kio/servicemenus/mokuza-full-compress.desktop
--rwxr-xr-x /usr/share/kio/servicemenus/mokuza-full-extract.desktop
+-rw-r--r-- /usr/share/kio/servicemenus/mokuza-full-compress.desktop
+-rw-r--r-- /usr/share/kio/servicemenus/mokuza-full-extract.desktop
 -rw-r--r-- /usr/share/man/ja/man1/mokuza.1.gz
 -rw-r--r-- /usr/share/man/man1/mokuza-full.1.gz
 -rw-r--r-- /usr/share/man/man1/mokuza.1.gz
@@ -46,7 +48,7 @@ diff -u "$work/expected" "$work/files" || fail "the package's files differ from 
 # Depends: computed from the linked libraries, plus the plug-ins named by hand.
 depends=$(dpkg-deb -f "$deb" Depends)
 for package in libqt6core6 libqt6widgets6 libqt6dbus6 libquazip1-qt6-1 libicu72 libdeflate0 \
-               qt6-qpa-plugins libqt6svg6; do
+               qt6-qpa-plugins libqt6svg6 qt6-translations-l10n; do
   grep -qE "(^|, )$package( |,|$)" <<<"$depends" || fail "Depends lacks $package: $depends"
 done
 
@@ -74,4 +76,12 @@ done
 grep -q '^Extensions=zip;$' "$root/usr/share/nemo/actions/mokuza-full-extract.nemo_action" || fail "Nemo zip only"
 grep -q '^MimeType=application/zip;$' "$root/usr/share/kio/servicemenus/mokuza-full-extract.desktop" \
   || fail "Dolphin zip only"
+grep -q 'qt6-wayland' <<<"$(dpkg-deb -f "$deb" Recommends)" || fail "Recommends lacks qt6-wayland"
+# Debian's own checks: no error, no warning.
+if command -v lintian >/dev/null; then
+  lintian --allow-root "$deb" >"$work/lintian" 2>&1 || true
+  if grep -E '^(E|W):' "$work/lintian"; then fail "lintian"; fi
+else
+  echo "lintian is not installed (scripts/install-deps.sh installs it): its checks skipped" >&2
+fi
 echo "package: $(basename "$deb"), $(wc -l <"$work/files") files: 1 passed, 0 failed"
