@@ -14,7 +14,7 @@ PACKAGES=(
   libquazip1-qt6-dev zlib1g-dev libdeflate-dev libbz2-dev liblzma-dev libicu-dev
   libx11-dev libxkbcommon-dev libxkbcommon-x11-dev libxcb1-dev libxcb-xkb-dev
   # Wayland key state (Qt's own connection), GNOME's key bindings, the keyring
-  libwayland-dev qt6-base-private-dev libglib2.0-dev qtkeychain-qt6-dev
+  libwayland-dev qt6-base-private-dev libglib2.0-dev qtkeychain-qt6-dev libsecret-1-0
   # tests
   libgtest-dev libgmock-dev googletest
   xvfb xauth xdotool x11-utils x11-xkb-utils dbus dbus-x11 python3 python3-dbus python3-gi gir1.2-glib-2.0

@@ -11,6 +11,7 @@
 #include "platform/RKLeftovers.h"
 #include "platform/RKPanelService.h"
 #include "platform/wayland/RKWaylandKeyStateSource.h"
+#include "settings/RKKeychainSecretStore.h"
 #include "settings/RKPasswordPrompt.h"
 #include "settings/RKSettingNotice.h"
 #include "ui/RKQtPanelService.h"
@@ -144,6 +145,9 @@ int main(int argc, char** argv)
     // Installed before the delegate's first load of the settings.
     RKSettingAlert settingAlert;
     RKSettingNotice::setCurrent(&settingAlert);
+    // Profile passwords go to the desktop's keyring when one answers.
+    RKKeychainSecretStore keyring;
+    RKSecretStore::setCurrent(&keyring);
 
     int exitCode = 0;
     {
@@ -188,6 +192,7 @@ int main(int argc, char** argv)
         exitCode = QApplication::exec();
     }
 
+    RKSecretStore::setCurrent(nullptr);
     RKSettingNotice::setCurrent(nullptr);
     RKKeyStateSource::setCurrent(nullptr);
     RKTaskbarProgress::setCurrent(nullptr);

@@ -1,6 +1,7 @@
 #include "cli/RKCommandLine.h"
 #include "cli/RKTerminalSettingNotice.h"
 #include "platform/RKAppInfo.h"
+#include "settings/RKKeychainSecretStore.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -50,8 +51,12 @@ int main(int argc, char** argv)
     }
     RKTerminalSettingNotice settingNotice;
     RKSettingNotice::setCurrent(&settingNotice);
+    // Profile passwords kept in the desktop's keyring are read from there.
+    RKKeychainSecretStore keyring;
+    RKSecretStore::setCurrent(&keyring);
     const int status = RKCommandLine::run(
         RKCommandLine::parse(QCoreApplication::arguments().mid(1), QDir::currentPath()));
+    RKSecretStore::setCurrent(nullptr);
     RKSettingNotice::setCurrent(nullptr);
     return status;
 }

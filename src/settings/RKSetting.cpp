@@ -3,15 +3,18 @@
 #include "platform/RKAppInfo.h"
 #include "platform/RKKeyedArchiver.h"
 #include "platform/RKKeyedUnarchiver.h"
+#include "settings/RKSecretStore.h"
 #include "settings/RKSettingNotice.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSet>
 #include <QSettings>
 
 #include <cerrno>
+#include <functional>
 #include <mutex>
 
 #include <fcntl.h>
@@ -33,6 +36,8 @@ QSettings userDefaults()
 const QString kArchiveProfilesClass = QStringLiteral("RKProfileSetting");
 const QString kUnArchiveProfilesClass = QStringLiteral("RKUnArchiveProfileSetting");
 const QString kSettingClass = QStringLiteral("RKSetting");
+// An archive profile's key saying that its password is in the keyring.
+const QString kPasswordInKeyring = QStringLiteral("passwordInKeyring");
 
 // Takes the group's and others' bits off a file or folder that has them.
 void tighten(const QByteArray& path)
@@ -114,11 +119,15 @@ QString setAsideUnreadableFile()
 // kept as read; one of the wrong known class is damage (false).
 template <typename Profile>
 bool decodeProfiles(const RKKeyedUnarchiver& root, const QString& key, const QString& className,
-                    QList<Profile>& profiles, QList<RKSetting::KeptProfile>& kept)
+                    QList<Profile>& profiles, QList<RKSetting::KeptProfile>& kept,
+                    const std::function<void(Profile&, const RKKeyedUnarchiver&)>& read = {})
 {
     for (const RKKeyedUnarchiver& coder : root.decodeObjectArray(key)) {
         if (coder.className() == className) {
             profiles.append(Profile::initWithCoder(coder));
+            if (read) {
+                read(profiles.last(), coder);
+            }
         } else if (coder.className() == kSettingClass || coder.className() == kArchiveProfilesClass
                    || coder.className() == kUnArchiveProfilesClass) {
             return false;
@@ -133,7 +142,8 @@ bool decodeProfiles(const RKKeyedUnarchiver& root, const QString& key, const QSt
 template <typename Profile>
 QList<RKKeyedArchiver> encodeProfiles(const QList<Profile>& profiles,
                                       const QList<RKSetting::KeptProfile>& kept,
-                                      const QString& className)
+                                      const QString& className,
+                                      const std::function<void(RKKeyedArchiver&, const Profile&)>& write = {})
 {
     QList<RKKeyedArchiver> archives;
     QList<bool> placed(kept.size(), false);
@@ -149,7 +159,11 @@ QList<RKKeyedArchiver> encodeProfiles(const QList<Profile>& profiles,
     placeKept(true, QString());
     for (const Profile& profile : profiles) {
         RKKeyedArchiver coder(className);
-        profile.encodeWithCoder(coder);
+        if (write) {
+            write(coder, profile);
+        } else {
+            profile.encodeWithCoder(coder);
+        }
         archives.append(coder);
         placeKept(false, profile.profileID);
     }
@@ -253,11 +267,33 @@ QString RKSetting::storeFileName()
     return userDefaults().fileName();
 }
 
+QString RKSetting::keyringKey(const QString& profileID)
+{
+    return QStringLiteral("profile-password:") + profileID;
+}
+
 QByteArray RKSetting::archivedData() const
 {
+    return archivedData(passwordsInKeyring);
+}
+
+QByteArray RKSetting::archivedData(const QSet<QString>& inKeyring) const
+{
+    // A password kept in the keyring leaves an empty one and a mark behind.
+    const std::function<void(RKKeyedArchiver&, const RKProfileSetting&)> write =
+        [&inKeyring](RKKeyedArchiver& coder, const RKProfileSetting& profile) {
+            if (!inKeyring.contains(profile.profileID)) {
+                profile.encodeWithCoder(coder);
+                return;
+            }
+            RKProfileSetting withoutPassword = profile;
+            withoutPassword.password = QStringLiteral("");
+            withoutPassword.encodeWithCoder(coder);
+            coder.encodeBool(kPasswordInKeyring, true);
+        };
     RKKeyedArchiver root(kSettingClass);
     root.encodeObjectArray(QStringLiteral("archiveProfiles"),
-                           encodeProfiles(archiveProfiles, keptArchiveProfiles, kArchiveProfilesClass));
+                           encodeProfiles(archiveProfiles, keptArchiveProfiles, kArchiveProfilesClass, write));
     root.encodeObject(QStringLiteral("activeArchiveProfileID"), activeArchiveProfileID);
     root.encodeObject(QStringLiteral("finderDragArchiveProfileID"), finderDragArchiveProfileID);
     root.encodeObjectArray(QStringLiteral("unArchiveProfiles"),
@@ -277,8 +313,26 @@ std::optional<RKSetting> RKSetting::unarchive(const QByteArray& data)
         return std::nullopt;
     }
     RKSetting setting{NoDefaults{}};
+    const std::function<void(RKProfileSetting&, const RKKeyedUnarchiver&)> read =
+        [&setting](RKProfileSetting& profile, const RKKeyedUnarchiver& coder) {
+            if (!coder.decodeBool(kPasswordInKeyring)) {
+                return;
+            }
+            RKSecretStore* store = RKSecretStore::current();
+            const std::optional<QString> password = store ? store->read(keyringKey(profile.profileID)) : std::nullopt;
+            if (password) {
+                profile.password = *password;
+            } else {
+                // Not readable now (no keyring here, or locked): the mark
+                // stays, so that a save does not lose the password.
+                setting.passwordsInKeyring.insert(profile.profileID);
+                qWarning("The password of the profile \"%s\" is kept in the keyring, which does not "
+                         "answer; the profile has no password until it does",
+                         qPrintable(profile.profileName));
+            }
+        };
     if (!decodeProfiles(root, QStringLiteral("archiveProfiles"), kArchiveProfilesClass,
-                        setting.archiveProfiles, setting.keptArchiveProfiles)) {
+                        setting.archiveProfiles, setting.keptArchiveProfiles, read)) {
         return std::nullopt;
     }
     setting.activeArchiveProfileID = root.decodeObject(QStringLiteral("activeArchiveProfileID"));
@@ -343,8 +397,24 @@ void RKSetting::commit() const
     // QSettings writes through a lock file and an atomic rename, so two
     // processes committing at once leave one whole value, never a mixture.
     keepPrivate(storeFileName());
+    // Passwords go to the keyring when one takes them (plain ones stored
+    // before move there now); the file keeps only the mark.
+    // A password the keyring refuses stays in the file, and one given anew to
+    // a profile whose keyring copy could not be read replaces that copy.
+    QSet<QString> inKeyring = passwordsInKeyring;
+    RKSecretStore* store = RKSecretStore::current();
+    for (const RKProfileSetting& profile : archiveProfiles) {
+        if (profile.password.isEmpty()) {
+            continue;
+        }
+        if (store && store->write(keyringKey(profile.profileID), profile.password)) {
+            inKeyring.insert(profile.profileID);
+        } else {
+            inKeyring.remove(profile.profileID);
+        }
+    }
     QSettings defaults = userDefaults();
-    defaults.setValue(userDefaultsKey(), archivedData());
+    defaults.setValue(userDefaultsKey(), archivedData(inKeyring));
     defaults.sync();
     tighten(QFile::encodeName(defaults.fileName()));
 }

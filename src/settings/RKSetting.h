@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QSet>
 #include <QString>
 
 #include <optional>
@@ -14,9 +15,11 @@
 // identifiers and the password key combination. Never shared: every reader
 // loads its own object with Setting() and writes the whole object back with
 // commit(). Stored through QSettings (user scope) as one value under
-// "RKCONSTANTS_USERDEFAULT_SETTING", in a file only its owner can read (it
-// holds profile passwords). What a newer version wrote and this one does not
-// know is kept and written back unchanged.
+// "RKCONSTANTS_USERDEFAULT_SETTING", in a file only its owner can read. With
+// a keyring (RKSecretStore) profile passwords are kept there, and the file
+// holds only a mark in their place; without one they stay in the file. What
+// a newer version wrote and this one does not know is kept and written back
+// unchanged.
 class RKSetting
 {
 public:
@@ -43,6 +46,9 @@ public:
     QList<KeptProfile> keptUnArchiveProfiles;
     // Keys of the settings object this program does not know.
     RKKeyedRecord otherKeys;
+    // Archive profiles whose password is in the keyring but could not be read
+    // (empty here); their mark is written back as it was.
+    QSet<QString> passwordsInKeyring;
 
     // init: a new object holding the factory defaults; nothing is stored.
     RKSetting();
@@ -55,6 +61,7 @@ public:
     static RKSetting Setting();
 
     // Stores the whole object, replacing what was there, and flushes to disk.
+    // Archive profiles' passwords go to the keyring when one takes them.
     void commit() const;
 
     // Replaces the stored settings by a new factory-default object.
@@ -67,8 +74,11 @@ public:
     // The settings file.
     static QString storeFileName();
 
-    // Keyed form (root object "RKSetting").
+    // Keyed form (root object "RKSetting"). Passwords are in it, except those
+    // of passwordsInKeyring.
     QByteArray archivedData() const;
+    // The keyring's name of an archive profile's password.
+    static QString keyringKey(const QString& profileID);
     // Decodes a keyed form; nullopt when the bytes are not a settings archive.
     static std::optional<RKSetting> unarchive(const QByteArray& data);
 
@@ -78,6 +88,7 @@ public:
 
 private:
     struct NoDefaults {};
+    QByteArray archivedData(const QSet<QString>& inKeyring) const;
     explicit RKSetting(NoDefaults);
     void createDefault();
 };

@@ -1,12 +1,16 @@
 #include "settings/RKSetting.h"
 
 #include "platform/RKAppInfo.h"
+#include "settings/RKKeychainSecretStore.h"
 #include "settings/RKSettingNotice.h"
+#include "support/PrivateSessionBus.h"
 #include "support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -245,6 +249,62 @@ TEST_F(RKSettingTest, FileAndFolderAreTheOwnersOnly)
     setting.commit();
     RKSetting::RestoreDefault();
     EXPECT_EQ(modes(), "600 700") << "after saving";
+}
+
+// With a keyring on the session bus (GNOME's, on a bus of the test's own)
+// passwords leave the settings file: a plain one stored before moves at the
+// next save, and every load reads it back. Without one it stays in the file.
+TEST_F(RKSettingTest, PasswordsLiveInTheKeyringWhenOneAnswers)
+{
+    if (!TestEnvironment::hasProgram("gnome-keyring-daemon")) {
+        GTEST_SKIP() << "gnome-keyring-daemon is not installed (scripts/install-deps.sh installs it)";
+    }
+    PrivateSessionBus bus;
+    ASSERT_TRUE(bus.isRunning()) << "dbus-daemon did not start";
+    // QtKeychain talks to the session bus; nothing in this process has yet.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", bus.address().toUtf8());
+    QProcess keyring;
+    keyring.start("gnome-keyring-daemon", {"--foreground", "--unlock", "--components=secrets"});
+    keyring.write("login password");
+    keyring.closeWriteChannel();
+    ASSERT_TRUE(bus.connect("keyring-watch"));
+    ASSERT_TRUE(TestEnvironment::waitFor([] {
+        return QDBusConnection("keyring-watch").interface()->isServiceRegistered("org.freedesktop.secrets").value();
+    })) << keyring.readAllStandardError().toStdString();
+
+    const QString password = QString::fromUtf16(u"秘密-Pass 1");
+    const auto fileHolds = [](const QString& text) { return stored().contains(text.toUtf8()); };
+    RKSetting setting = RKSetting::Setting();
+    setting.archiveProfiles[0].password = password;
+    setting.commit();
+    EXPECT_TRUE(fileHolds(password)) << "no keyring installed: the file keeps it";
+
+    RKKeychainSecretStore store;
+    RKSecretStore::setCurrent(&store);
+    RKSetting::Setting().commit();
+    EXPECT_FALSE(fileHolds(password)) << "moved at the next save";
+    EXPECT_TRUE(stored().contains("passwordInKeyring"));
+    EXPECT_EQ(RKSetting::Setting().archiveProfiles[0].password, password);
+    EXPECT_EQ(store.read(RKSetting::keyringKey(setting.archiveProfiles[0].profileID)), password);
+
+    // A keyring that cannot be read now: the mark survives a save.
+    RKSecretStore::setCurrent(nullptr);
+    RKSetting unreadable = RKSetting::Setting();
+    EXPECT_EQ(unreadable.archiveProfiles[0].password, "");
+    unreadable.commit();
+    RKSecretStore::setCurrent(&store);
+    EXPECT_EQ(RKSetting::Setting().archiveProfiles[0].password, password);
+    // A password given while the keyring is away goes to the file, in place
+    // of the keyring's copy.
+    RKSecretStore::setCurrent(nullptr);
+    unreadable.archiveProfiles[0].password = QStringLiteral("renewed");
+    unreadable.commit();
+    RKSecretStore::setCurrent(&store);
+    EXPECT_EQ(RKSetting::Setting().archiveProfiles[0].password, "renewed");
+    RKSecretStore::setCurrent(nullptr);
+    keyring.kill();
+    keyring.waitForFinished();
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
 }
 
 // What a newer version wrote and this one does not know: a profile of
