@@ -158,6 +158,9 @@ int main(int argc, char** argv)
         QObject::connect(&instance, &RKSingleInstance::openFilesRequested, &delegate,
                          [&delegate, &hooks](const QStringList& handedPaths, const QString& token) {
                              hooks.report(QStringLiteral("open-files"), handedPaths);
+                             if (!token.isEmpty()) {
+                                 hooks.report(QStringLiteral("activation"), {token});
+                             }
                              // With a token the window may take the focus, and
                              // so see the keys held for this request.
                              if (handedPaths.isEmpty() || !token.isEmpty()) {

@@ -35,7 +35,9 @@ public:
         ++questions;
         return held.contains(virtualKeyCode);
     }
+    bool knowsState(bool) override { return known; }
     QSet<int> held;
+    bool known = true;
     int questions = 0;
 };
 

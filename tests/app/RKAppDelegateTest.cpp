@@ -220,6 +220,9 @@ struct ProfileRow {
     qint64 passwordFlags;
     int expectedIndex; // the profile the job gets
     bool expectPrompt; // the manual password window, once for the job
+    // When the keyboard's state becomes known (the window's focus): 0 at
+    // once, -1 never (the request goes on after half a second, no key held).
+    int knownAfterMs = 0;
 };
 
 class RequestProfile : public AppDelegateTest, public ::testing::WithParamInterface<ProfileRow> {};
@@ -249,6 +252,10 @@ TEST_P(RequestProfile, HeldCombinationsChooseTheProfileAndPasswordWithoutStoring
     }
     services.passwords.archiveAnswers = {"pw{YYYY}"};
     const QStringList items = make(row.extract ? QStringList{"in.zip"} : QStringList{"a.txt", "b/", "c.txt"});
+    keys.known = row.knownAfterMs == 0;
+    if (row.knownAfterMs > 0) {
+        QTimer::singleShot(row.knownAfterMs, [this] { keys.known = true; });
+    }
 
     TestAppDelegate& app = start();
     QStringList activeAtStart;
@@ -316,7 +323,10 @@ INSTANTIATE_TEST_SUITE_P(
         ProfileRow{"PasswordNotHeld", false, false, 0, {}, {kLeftShift}, kKeyP, 0, 0, false},
         ProfileRow{"PasswordClearedNeverAsks", false, false, 0, {}, {kKeyP}, kNoKey, 0, 0, false},
         ProfileRow{"PasswordClearedWithFlagsNeverAsks", false, false, 0, {}, {kKeyP, kLeftShift}, kNoKey, kShift, 0, false},
-        ProfileRow{"PasswordAndProfileHeld", false, false, 0, {3}, {kKeyP}, kKeyP, 0, 3, true}),
+        ProfileRow{"PasswordAndProfileHeld", false, false, 0, {3}, {kKeyP}, kKeyP, 0, 3, true},
+        // On purpose, for Wayland and XWayland: keys are read once the window has the focus.
+        ProfileRow{"HeldKeysReadOnceKnown", false, false, 0, {3}, {kKeyP}, kKeyP, 0, 3, true, 200},
+        ProfileRow{"HeldKeysNeverKnownCountAsNotHeld", true, false, 2, {3}, {kKeyP}, kKeyP, 0, 2, false, -1}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // --- mixed items ------------------------------------------------------------------

@@ -66,11 +66,13 @@ TEST(SingleInstanceProcesses, LaterStartsHandTheirAbsolutePathsOverAndExitZero)
     EXPECT_EQ(second.exitCode(), 0) << second.readAllStandardError().toStdString();
     EXPECT_EQ(waitForReport(first, "open-files"), QStringList({work + "/資料 1.zip", work + "/b.txt"}));
 
-    QProcess third; // without items: the running window comes forward
+    QProcess third; // without items: the running window comes forward, with the launcher's token
+    env.insert("XDG_ACTIVATION_TOKEN", "launcher-token");
     start(third, {});
     ASSERT_TRUE(third.waitForFinished(60000));
     EXPECT_EQ(third.exitCode(), 0);
     EXPECT_EQ(waitForReport(first, "open-files"), QStringList());
+    EXPECT_EQ(waitForReport(first, "activation"), QStringList{"launcher-token"});
     EXPECT_EQ(first.state(), QProcess::Running) << "the running instance stays";
     first.kill();
     first.waitForFinished();
