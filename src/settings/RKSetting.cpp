@@ -315,6 +315,11 @@ std::optional<RKSetting> RKSetting::unarchive(const QByteArray& data)
     RKSetting setting{NoDefaults{}};
     const std::function<void(RKProfileSetting&, const RKKeyedUnarchiver&)> read =
         [&setting](RKProfileSetting& profile, const RKKeyedUnarchiver& coder) {
+            // The mark is this class's to write back, not one of the
+            // profile's unknown keys: a password moved back to the file
+            // must not leave it behind.
+            profile.otherKeys.entries.removeIf(
+                [](const QPair<QString, QJsonObject>& entry) { return entry.first == kPasswordInKeyring; });
             if (!coder.decodeBool(kPasswordInKeyring)) {
                 return;
             }
