@@ -123,4 +123,53 @@ INSTANTIATE_TEST_SUITE_P(Platforms, WaylandHeldKey,
                                            HeldKeyCase{"XWaylandP", "xcb", kEvdevP, true}),
                          [](const auto& info) { return std::string(info.param.name); });
 
+// Not a check: pictures of the windows in the Wayland session, for people to
+// look at (MOKUZA_SHOTS_DIR=<folder>; skipped otherwise). The drop window,
+// the preferences, the save panel of a profile that asks, and the result of
+// a job whose profile the held S chose.
+class WaylandScreens : public WaylandHeldKey
+{
+};
+
+TEST_F(WaylandScreens, ForPeopleToLookAt)
+{
+    const QString shots = qEnvironmentVariable("MOKUZA_SHOTS_DIR");
+    if (shots.isEmpty() || !s_session->isRunning() || !TestEnvironment::hasProgram("grim")) {
+        GTEST_SKIP() << "MOKUZA_SHOTS_DIR unset, or no Wayland session or grim";
+    }
+    QDir().mkpath(shots);
+    const auto shoot = [&](const char* name) {
+        QThread::msleep(1500);
+        QProcess grim;
+        s_session->start(grim, "/usr/bin/grim", {s_session->folder() + "/shot.png"});
+        grim.waitForFinished(20000);
+        QFile::remove(shots + '/' + name);
+        EXPECT_TRUE(QFile::copy(s_session->folder() + "/shot.png", shots + '/' + name)) << name;
+    };
+    QProcessEnvironment environment;
+    environment.insert("QT_QPA_PLATFORM", "wayland");
+    environment.insert("LANG", "ja_JP.UTF-8");
+    QProcess app;
+    s_session->start(app, MOKUZA_BINARY_DIR "/mokuza-full", {}, environment);
+    shoot("22-drop-window.png");
+    s_session->press(29); // Control + comma: the preferences
+    s_session->press(51);
+    s_session->release(51);
+    s_session->release(29);
+    shoot("22-preferences.png");
+    app.kill();
+    app.waitForFinished();
+    s_session->start(app, MOKUZA_BINARY_DIR "/mokuza-full", {s_session->folder() + "/items/a.txt"}, environment);
+    shoot("22-save-panel.png");
+    app.kill();
+    app.waitForFinished();
+    s_session->press(kEvdevS);
+    s_session->start(app, MOKUZA_BINARY_DIR "/mokuza-full", {s_session->folder() + "/items/a.txt"}, environment);
+    QThread::msleep(1000);
+    s_session->release(kEvdevS);
+    shoot("22-held-s-result.png");
+    app.kill();
+    app.waitForFinished();
+}
+
 } // namespace

@@ -7,6 +7,10 @@
 #include <QFileInfo>
 
 #include <csignal>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace {
@@ -22,6 +26,24 @@ QStringList asUser(const QString& folder)
             QStringLiteral("PATH=/usr/bin:/bin"), QStringLiteral("LANG=C.UTF-8"),
             // No session bus: Qt would start one through X11 and leave it behind.
             QStringLiteral("DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent")};
+}
+
+// Run in every child before its program starts. The session must never
+// outlive the test, however the test ends (a failure, a timeout's SIGKILL):
+// the child dies with the test, and takes none of the test's descriptors
+// along (a build lock held by whoever started the test, say).
+void bindToTest()
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (DIR* fds = ::opendir("/proc/self/fd")) {
+        while (const dirent* entry = ::readdir(fds)) {
+            const int fd = std::atoi(entry->d_name);
+            if (fd > 2 && fd != ::dirfd(fds)) {
+                ::fcntl(fd, F_SETFD, ::fcntl(fd, F_GETFD) | FD_CLOEXEC);
+            }
+        }
+        ::closedir(fds);
+    }
 }
 
 } // namespace
@@ -49,20 +71,35 @@ WaylandSession::WaylandSession()
     handOver();
     QDir().mkpath("/tmp/.X11-unix");
 
-    // The shell reports its process id, which becomes sway's through exec.
-    const QString script = QStringLiteral("mount -t tmpfs -o mode=1777 tmpfs /tmp/.X11-unix || exit 1; echo $$; exec ")
+    // A PID namespace as well. Its first process, the shell, dies with
+    // unshare (--kill-child), unshare with the test, and the kernel then
+    // kills everything in the namespace (sway, XWayland). The shell keeps
+    // sway as its child rather than becoming it, since changing to another
+    // user would drop the parent-death signal. The programs the test starts
+    // stay in the test's PID namespace, so that killing one kills it (and
+    // lock files name process ids everyone sees); they end with the
+    // compositor's connection.
+    const QString script = QStringLiteral("mount -t tmpfs -o mode=1777 tmpfs /tmp/.X11-unix || exit 1; echo up; ")
                            + asUser(folder).join(' ')
                            + QStringLiteral(" WLR_BACKENDS=headless WLR_LIBINPUT_NO_DEVICES=1 WLR_RENDERER=pixman"
                                             " sway -c ")
                            + folder + QStringLiteral("/sway.conf");
     m_compositor.setProcessChannelMode(QProcess::SeparateChannels);
     m_compositor.setStandardErrorFile(folder + "/sway.log");
-    m_compositor.start("unshare", {"-mn", "--fork", "sh", "-c", script});
+    m_compositor.setChildProcessModifier(bindToTest);
+    m_compositor.start("unshare", {"-mnp", "--fork", "--kill-child=SIGKILL", "sh", "-c", script});
     if (!m_compositor.waitForReadyRead(10000)) {
         m_error = "the namespace did not start: " + TestEnvironment::readFile(folder + "/sway.log").toStdString();
         return;
     }
-    m_compositorPid = m_compositor.readLine().trimmed().toLongLong();
+    const qint64 unsharePid = m_compositor.processId();
+    m_compositorPid = TestEnvironment::readFile(QStringLiteral("/proc/%1/task/%1/children").arg(unsharePid))
+                          .trimmed()
+                          .toLongLong();
+    if (m_compositorPid <= 0) {
+        m_error = "the namespace's first process was not found";
+        return;
+    }
     const bool up = TestEnvironment::waitFor(
         [&] {
             const QStringList sockets = QDir(folder + "/run").entryList({"wayland-*"}, QDir::System);
@@ -111,13 +148,12 @@ WaylandSession::~WaylandSession()
             m_keyboard.waitForFinished();
         }
     }
-    if (m_compositorPid > 0) {
-        // sway ends its XWayland and removes its sockets and lock files.
-        ::kill(pid_t(m_compositorPid), SIGTERM);
-    }
-    if (m_compositor.state() != QProcess::NotRunning && !m_compositor.waitForFinished(10000)) {
+    // Killing unshare kills the namespace's first process and so everything
+    // in the namespace; its sockets and lock files lie in folders that go
+    // with it (the private /tmp/.X11-unix) or with the test (folder()).
+    if (m_compositor.state() != QProcess::NotRunning) {
         m_compositor.kill();
-        m_compositor.waitForFinished();
+        m_compositor.waitForFinished(10000);
     }
 }
 
@@ -149,6 +185,7 @@ void WaylandSession::start(QProcess& process, const QString& program, const QStr
     }
     command += copied(program);
     command += arguments;
+    process.setChildProcessModifier(bindToTest);
     process.start("nsenter", command);
 }
 
