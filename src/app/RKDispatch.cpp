@@ -73,6 +73,17 @@ qint32 checkItems(const QStringList& paths)
     return ItemKindRefuse;
 }
 
+qint32 itemKind(RKOpenRequest::Mode mode, const QStringList& paths)
+{
+    if (mode == RKOpenRequest::Mode::Open) {
+        return checkItems(paths);
+    }
+    if (paths.isEmpty()) {
+        return ItemKindRefuse;
+    }
+    return mode == RKOpenRequest::Mode::Compress ? ItemKindCompress : ItemKindExtract;
+}
+
 ArchiveJobClass archiveJobClass(qsizetype pathCount, qint32 archiveMode, qint32 saveLocation)
 {
     if (pathCount < 1 || saveLocation < 0 || saveLocation > 2) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/RKOpenRequest.h"
 #include "archive/RKArchiveBase.h"
 #include "settings/RKProfileSetting.h"
 #include "settings/RKSetting.h"
@@ -26,6 +27,11 @@ constexpr qint32 ItemKindRefuse = 9;
 // 9 when both kinds are present or the list is empty. A folder whose name
 // ends in .zip is not an archive.
 qint32 checkItems(const QStringList& paths);
+
+// The kind of a request: checkItems() for an open request; an explicit
+// compress or extract request is of its kind whatever the extensions (9 only
+// without paths).
+qint32 itemKind(RKOpenRequest::Mode mode, const QStringList& paths);
 
 enum class ArchiveJobClass {
     None,

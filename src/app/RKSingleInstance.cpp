@@ -12,8 +12,10 @@
 
 namespace {
 
-// A request is the magic number, the path list and the activation token; the
-// running instance answers one byte once it has taken the paths.
+// A request is the magic number, the mode, the path list and the activation
+// token; the running instance answers one byte once it has taken them. An
+// instance of an older version (magic "MKZ1", paths only) drops the request
+// unanswered, so an explicit compress is never taken for an open by extension.
 constexpr quint32 kRequestMagic = 0x4D4B5A32; // "MKZ2"
 constexpr char kAcknowledge = 'K';
 constexpr QDataStream::Version kStreamVersion = QDataStream::Qt_6_4;
@@ -72,8 +74,7 @@ bool RKSingleInstance::isListening() const
     return m_server != nullptr && m_server->isListening();
 }
 
-RKSingleInstance::Role RKSingleInstance::start(const QStringList& paths, const QString& activationToken,
-                                               int timeoutMs)
+RKSingleInstance::Role RKSingleInstance::start(const RKOpenRequest& request, int timeoutMs)
 {
     // Two starts at the same moment must not both decide that nobody runs:
     // the look-up and the listen happen under one lock.
@@ -81,7 +82,7 @@ RKSingleInstance::Role RKSingleInstance::start(const QStringList& paths, const Q
     lock.setStaleLockTime(30000);
     const bool locked = lock.tryLock(timeoutMs);
 
-    switch (handOff(paths, activationToken, timeoutMs)) {
+    switch (handOff(request, timeoutMs)) {
     case HandOffResult::Confirmed:
         return Role::HandedOff;
     case HandOffResult::NoAnswer:
@@ -98,7 +99,7 @@ RKSingleInstance::Role RKSingleInstance::start(const QStringList& paths, const Q
     return Role::Primary;
 }
 
-RKSingleInstance::HandOffResult RKSingleInstance::handOff(const QStringList& paths, const QString& activationToken,
+RKSingleInstance::HandOffResult RKSingleInstance::handOff(const RKOpenRequest& request,
                                                           int timeoutMs)
 {
     QLocalSocket socket;
@@ -106,13 +107,13 @@ RKSingleInstance::HandOffResult RKSingleInstance::handOff(const QStringList& pat
     if (!socket.waitForConnected(timeoutMs)) {
         return HandOffResult::NoServer;
     }
-    QByteArray request;
+    QByteArray bytes;
     {
-        QDataStream out(&request, QIODevice::WriteOnly);
+        QDataStream out(&bytes, QIODevice::WriteOnly);
         out.setVersion(kStreamVersion);
-        out << kRequestMagic << paths << activationToken;
+        out << kRequestMagic << static_cast<qint32>(request.mode) << request.paths << request.activationToken;
     }
-    socket.write(request);
+    socket.write(bytes);
     while (socket.bytesToWrite() > 0) {
         if (!socket.waitForBytesWritten(timeoutMs)) {
             return HandOffResult::NoAnswer;
@@ -171,13 +172,19 @@ void RKSingleInstance::readRequest(QLocalSocket* socket)
     in.setVersion(kStreamVersion);
     in.startTransaction();
     quint32 magic = 0;
-    QStringList paths;
-    QString activationToken;
-    in >> magic >> paths >> activationToken;
+    qint32 mode = 0;
+    RKOpenRequest request;
+    in >> magic >> mode >> request.paths >> request.activationToken;
     if (!in.commitTransaction()) {
         return; // the rest of the request is still on its way
     }
+    if (mode < qint32(RKOpenRequest::Mode::Open) || mode > qint32(RKOpenRequest::Mode::Extract)) {
+        socket->abort();
+        socket->deleteLater();
+        return;
+    }
+    request.mode = static_cast<RKOpenRequest::Mode>(mode);
     socket->write(&kAcknowledge, 1);
     socket->flush();
-    emit openFilesRequested(paths, activationToken);
+    emit openRequested(request);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/RKOpenRequest.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -8,8 +10,10 @@ class QLocalServer;
 class QLocalSocket;
 
 // One running application per user. The first start listens on a local
-// socket; a later start hands its paths to it and ends, so that opening items
-// with the application always reaches the instance that is already running.
+// socket; a later start hands its request (the paths, and whether they are
+// to be opened, compressed or extracted) to it and ends, so that opening
+// items with the application always reaches the instance that is already
+// running.
 // Main thread.
 class RKSingleInstance : public QObject
 {
@@ -30,11 +34,10 @@ public:
                               QObject* parent = nullptr);
     ~RKSingleInstance() override;
 
-    // Hands paths to a running instance, or becomes the running instance.
-    // activationToken: the launcher's token (XDG_ACTIVATION_TOKEN), handed
-    // over with the paths so that the running instance may take the focus.
-    // Waits at most timeoutMs for a running instance to answer.
-    Role start(const QStringList& paths, const QString& activationToken = QString(), int timeoutMs = 10000);
+    // Hands the request (paths and the launcher's activation token) to a
+    // running instance, or becomes the running instance. Waits at most
+    // timeoutMs for a running instance to answer.
+    Role start(const RKOpenRequest& request, int timeoutMs = 10000);
 
     bool isListening() const;
     QString serverName() const { return m_serverName; }
@@ -50,15 +53,15 @@ public:
                                      const QString& workingDirectory);
 
 signals:
-    // Paths handed over by a later start (possibly none: the user started the
-    // application again without items), with its activation token (possibly
-    // empty).
-    void openFilesRequested(const QStringList& paths, const QString& activationToken);
+    // A request handed over by a later start (possibly an open request
+    // without paths: the user started the application again without items),
+    // with its activation token (possibly empty).
+    void openRequested(const RKOpenRequest& request);
 
 private:
     enum class HandOffResult { NoServer, Confirmed, NoAnswer };
 
-    HandOffResult handOff(const QStringList& paths, const QString& activationToken, int timeoutMs);
+    HandOffResult handOff(const RKOpenRequest& request, int timeoutMs);
     bool listen();
     void acceptConnections();
     void readRequest(QLocalSocket* socket);

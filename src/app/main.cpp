@@ -24,6 +24,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <optional>
 #include <thread>
 
 namespace {
@@ -104,17 +105,29 @@ int main(int argc, char** argv)
     QApplication::setWindowIcon(RKLogoImageView::appIconFULL());
     const TestHooks hooks;
 
-    // Items given on the command line are the open-files request; relative
-    // paths mean the caller's working folder, which a running instance
-    // does not share.
-    const QStringList paths =
-        RKSingleInstance::absolutePaths(QCoreApplication::arguments().mid(1), QDir::currentPath());
+    // Items given on the command line are the open-files request (or, after
+    // --compress / --extract, a request of that kind); relative paths mean
+    // the caller's working folder, which a running instance does not share.
+    QString usageError;
+    std::optional<RKOpenRequest> request = RKOpenRequest::fromArguments(
+        QCoreApplication::arguments().mid(1), QDir::currentPath(), &usageError);
+    if (!request) {
+        std::fputs(QStringLiteral("mokuza-full: %1\n"
+                                  "usage: mokuza-full [PATH…]\n"
+                                  "       mokuza-full --compress PATH…\n"
+                                  "       mokuza-full --extract ZIP…\n")
+                       .arg(usageError)
+                       .toLocal8Bit()
+                       .constData(),
+                   stderr);
+        return 2;
+    }
 
-    const QString activationToken = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    request->activationToken = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
     RKSingleInstance instance;
-    switch (instance.start(paths, activationToken)) {
+    switch (instance.start(*request)) {
     case RKSingleInstance::Role::HandedOff:
-        hooks.report(QStringLiteral("handed-off"), paths);
+        hooks.report(QStringLiteral("handed-off"), request->paths);
         return 0;
     case RKSingleInstance::Role::NoAnswer:
         std::fputs("MOKUZA-FULL: the running instance did not take the items\n", stderr);
@@ -155,19 +168,22 @@ int main(int argc, char** argv)
         settingAlert.setWindow(delegate.window());
         QApplication::setQuitOnLastWindowClosed(
             delegate.applicationShouldTerminateAfterLastWindowClosed());
-        QObject::connect(&instance, &RKSingleInstance::openFilesRequested, &delegate,
-                         [&delegate, &hooks](const QStringList& handedPaths, const QString& token) {
-                             hooks.report(QStringLiteral("open-files"), handedPaths);
+        QObject::connect(&instance, &RKSingleInstance::openRequested, &delegate,
+                         [&delegate, &hooks](const RKOpenRequest& handed) {
+                             hooks.report(RKOpenRequest::modeName(handed.mode)
+                                              + QStringLiteral("-files"),
+                                          handed.paths);
+                             const QString& token = handed.activationToken;
                              if (!token.isEmpty()) {
                                  hooks.report(QStringLiteral("activation"), {token});
                              }
                              // With a token the window may take the focus, and
                              // so see the keys held for this request.
-                             if (handedPaths.isEmpty() || !token.isEmpty()) {
+                             if (handed.paths.isEmpty() || !token.isEmpty()) {
                                  bringToFront(delegate.window(), token);
                              }
-                             if (!handedPaths.isEmpty()) {
-                                 delegate.applicationOpenFiles(handedPaths);
+                             if (!handed.paths.isEmpty()) {
+                                 delegate.applicationOpenFiles(handed.paths, handed.mode);
                              }
                          });
         // Logging out, a closed terminal or Ctrl-C cancel what runs, as the
@@ -186,9 +202,10 @@ int main(int argc, char** argv)
 
         delegate.window()->show();
         activateWithToken(delegate.window(), QString());
-        if (!paths.isEmpty()) {
-            hooks.report(QStringLiteral("open-files"), paths);
-            delegate.applicationOpenFiles(paths);
+        if (!request->paths.isEmpty()) {
+            hooks.report(RKOpenRequest::modeName(request->mode) + QStringLiteral("-files"),
+                         request->paths);
+            delegate.applicationOpenFiles(request->paths, request->mode);
         }
         delegate.applicationDidFinishLaunching();
         hooks.report(QStringLiteral("ready"), {instance.serverName()});

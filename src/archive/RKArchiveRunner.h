@@ -28,7 +28,7 @@ public:
     virtual QString usedPassword() const = 0;
     // The errors of the last archive, in the order reported.
     virtual QList<RQError> errors() const = 0;
-    // The CRC-32 ("%lX") of the last archive once it was read back and
+    // The CRC-32 ("%08lX") of the last archive once it was read back and
     // passed; null when it was not checked or failed.
     virtual QString verifyCrc() const { return QString(); }
     // Whether the last archive was cancelled (and so not made).

@@ -172,7 +172,9 @@ void RQZipArchiver::Private::finish(Run& run)
         }
         if (placed) {
             std::lock_guard<std::mutex> lock(mutex);
-            run.verifyCrc = QString::asprintf("%lX", static_cast<unsigned long>(*crc));
+            // Always eight digits: a CRC is compared by eye or pasted into a
+            // checker, and a lost leading zero makes it look wrong.
+            run.verifyCrc = QString::asprintf("%08lX", static_cast<unsigned long>(*crc));
         } else if (checked && !crc) {
             raise(run, RQError::initWithErrorCode(5, archivePath));
         } else {

@@ -77,7 +77,7 @@ public:
     QList<RQError> errors() const;
 
     // After a run has finished: the CRC-32 of the archive file as upper-case
-    // hexadecimal ("%lX"), set once the archive was read back and every entry
+    // hexadecimal, always eight digits ("%08lX"), set once the archive was read back and every entry
     // passed its check. Null when it was not checked (cancelled, not
     // written) or failed (code 5). Any thread.
     QString verifyCrc() const;

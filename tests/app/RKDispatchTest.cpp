@@ -1,5 +1,5 @@
 // What the dispatch makes of the items: the folder test and the extension,
-// never the content.
+// never the content, unless the request names its kind.
 #include "app/AppTestSupport.h"
 #include "app/RKDispatch.h"
 #include "support/TestEnvironment.h"
@@ -14,6 +14,7 @@ struct CheckItemsRow {
     const char* name;
     QStringList items; // "x/" is made as a folder, "-x" not at all, the rest as files
     qint32 expected;
+    RKOpenRequest::Mode mode = RKOpenRequest::Mode::Open;
 };
 
 class CheckItems : public ::testing::TestWithParam<CheckItemsRow> {};
@@ -33,7 +34,7 @@ TEST_P(CheckItems, ClassifiesByFolderTestAndExtension)
         }
         paths.append(dir.filePath(item));
     }
-    EXPECT_EQ(RKDispatch::checkItems(paths), GetParam().expected);
+    EXPECT_EQ(RKDispatch::itemKind(GetParam().mode, paths), GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -45,7 +46,37 @@ INSTANTIATE_TEST_SUITE_P(
         CheckItemsRow{"ZipAndTextAreRefused", {"a.zip", "b.txt"}, 9},
         CheckItemsRow{"EmptyListIsRefused", {}, 9},
         CheckItemsRow{"OnlyTheLastExtensionCounts", {"a.zip.txt", "b.tar.gz"}, 0},
-        CheckItemsRow{"HiddenFileNamedZipHasNoExtension", {".zip"}, 0}),
+        CheckItemsRow{"HiddenFileNamedZipHasNoExtension", {".zip"}, 0},
+        CheckItemsRow{"CompressTakesAZip", {"a.zip"}, 0, RKOpenRequest::Mode::Compress},
+        CheckItemsRow{"CompressTakesAMix", {"a.zip", "b.txt", "c/"}, 0, RKOpenRequest::Mode::Compress},
+        CheckItemsRow{"ExtractTakesAnyName", {"a.zip", "b.bin"}, 1, RKOpenRequest::Mode::Extract},
+        CheckItemsRow{"ExplicitWithoutItemsIsRefused", {}, 9, RKOpenRequest::Mode::Extract}),
     [](const auto& info) { return std::string(info.param.name); });
+
+// The command line: the explicit kinds come first and need items; an
+// unknown option is an error, not an item; "--" lets a name start with "-".
+TEST(OpenRequest, FromArguments)
+{
+    using Mode = RKOpenRequest::Mode;
+    const struct {
+        QStringList arguments;
+        std::optional<RKOpenRequest> expected;
+    } rows[] = {
+        {{}, RKOpenRequest{Mode::Open, {}}},
+        {{"a.zip", "/x/b"}, RKOpenRequest{Mode::Open, {"/w/a.zip", "/x/b"}}},
+        {{"--compress", "a.zip"}, RKOpenRequest{Mode::Compress, {"/w/a.zip"}}},
+        {{"--extract", "--", "-a.zip"}, RKOpenRequest{Mode::Extract, {"/w/-a.zip"}}},
+        {{"--", "--compress"}, RKOpenRequest{Mode::Open, {"/w/--compress"}}},
+        {{"--compress"}, std::nullopt},
+        {{"--extract", "--"}, std::nullopt},
+        {{"--zip", "a"}, std::nullopt},
+    };
+    for (const auto& row : rows) {
+        QString error;
+        const auto request = RKOpenRequest::fromArguments(row.arguments, "/w", &error);
+        EXPECT_EQ(request, row.expected) << row.arguments.join(' ').toStdString();
+        EXPECT_EQ(error.isEmpty(), row.expected.has_value()) << error.toStdString();
+    }
+}
 
 } // namespace

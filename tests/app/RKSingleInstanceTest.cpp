@@ -1,6 +1,8 @@
 // One running application per user, between real processes: a later start
-// hands its paths over and ends; the socket of an instance that ended without
-// cleaning up does not stand in the way.
+// hands its request over and ends; the socket of an instance that ended
+// without cleaning up does not stand in the way. The file managers' actions
+// start it with the job they name.
+#include "settings/RKSetting.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -73,9 +75,122 @@ TEST(SingleInstanceProcesses, LaterStartsHandTheirAbsolutePathsOverAndExitZero)
     EXPECT_EQ(third.exitCode(), 0);
     EXPECT_EQ(waitForReport(first, "open-files"), QStringList());
     EXPECT_EQ(waitForReport(first, "activation"), QStringList{"launcher-token"});
+
+    QProcess fourth; // an explicit kind reaches the running instance as such
+    start(fourth, {"--extract", "a.txt"});
+    ASSERT_TRUE(fourth.waitForFinished(60000));
+    EXPECT_EQ(fourth.exitCode(), 0);
+    EXPECT_EQ(waitForReport(first, "extract-files"), QStringList{work + "/a.txt"});
     EXPECT_EQ(first.state(), QProcess::Running) << "the running instance stays";
     first.kill();
     first.waitForFinished();
 }
+
+// --- the file managers' actions ------------------------------------------------
+
+struct ActionRow {
+    const char* name;
+    const char* file;     // below resources/filemanager
+    QStringList items;    // made in the source folder; a.zip holds inner.txt
+    QStringList expected; // entries of the one archive made, or the tree extracted
+};
+
+class FileManagerAction : public ::testing::TestWithParam<ActionRow> {};
+
+// The action's own Exec line, run as the file manager would with %F filled,
+// makes the job the action names whatever the extensions.
+TEST_P(FileManagerAction, MakesTheJobItNames)
+{
+    const ActionRow& row = GetParam();
+    QTemporaryDir dir;
+    const QString source = dir.filePath("source"), out = dir.filePath("out"), run = dir.filePath("run");
+    ASSERT_TRUE(QDir().mkpath(out) && QDir().mkpath(run) && QDir().mkpath(dir.filePath("tmp")));
+    QFile::setPermissions(run, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    ASSERT_TRUE(TestEnvironment::writeFile(source + "/inner.txt", "inner"));
+    ASSERT_EQ(TestEnvironment::run("zip", {"-q", "a.zip", "inner.txt"}, source).exitCode, 0);
+    QFile::remove(source + "/inner.txt");
+    QStringList paths;
+    for (const QString& item : row.items) {
+        if (!QFileInfo::exists(source + "/" + item)) {
+            ASSERT_TRUE(TestEnvironment::writeFile(source + "/" + item, "text"));
+        }
+        paths.append(source + "/" + item);
+    }
+    // The file manager's profiles put everything in out, without asking.
+    RKSetting::RestoreDefault();
+    RKSetting setting = RKSetting::Setting();
+    for (RKProfileSetting& profile : setting.archiveProfiles) {
+        if (profile.profileID == setting.finderDragArchiveProfileID) {
+            profile.saveLocation = RKProfileSetting::SaveLocationStaticFolder;
+            profile.saveStaticFolderPath = out;
+            profile.archiveMode = RKProfileSetting::ArchiveModeSingle;
+            profile.passMode = RKProfileSetting::PassModeNone;
+        }
+    }
+    for (RKUnArchiveProfileSetting& profile : setting.unArchiveProfiles) {
+        if (profile.profileID == setting.finderDragUnArchiveProfileID) {
+            profile.saveLocation = RKProfileSetting::SaveLocationStaticFolder;
+            profile.saveStaticFolderPath = out;
+            profile.unArchiveMode = RKUnArchiveProfileSetting::UnArchiveModeAsIs;
+        }
+    }
+    setting.commit();
+
+    QStringList command;
+    for (const QString& line : QString::fromUtf8(TestEnvironment::readFile(
+                                   MOKUZA_SOURCE_DIR "/resources/filemanager/" + QString(row.file)))
+                                   .split('\n')) {
+        if (line.startsWith("Exec=")) {
+            command = line.mid(5).split(' ');
+        }
+    }
+    ASSERT_EQ(command.value(0), "mokuza-full") << row.file;
+    ASSERT_EQ(command.count("%F"), 1) << row.file;
+    command.replace(command.indexOf("%F"), paths.join('\x1f'));
+    command = command.join('\x1f').split('\x1f');
+
+    QProcess app; // the settings of this test process, a socket of its own
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("XDG_RUNTIME_DIR", run);
+    env.insert("TMPDIR", dir.filePath("tmp"));
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    env.remove("DISPLAY");
+    app.setProcessEnvironment(env);
+    app.start(kApplication, command.mid(1));
+    ASSERT_TRUE(app.waitForStarted());
+    // Archives are renamed into place and extracted items moved there, so
+    // what shows up is complete; the result window then waits for a user.
+    const bool extract = QString(row.file).contains("extract");
+    const auto made = [&] { return QDir(out).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot); };
+    EXPECT_TRUE(TestEnvironment::waitFor(
+        [&] { return !made().isEmpty() || app.state() == QProcess::NotRunning; }, 120000))
+        << "nothing made";
+    app.kill();
+    app.waitForFinished();
+    if (extract) {
+        EXPECT_EQ(TestEnvironment::listTree(out), row.expected) << app.readAllStandardError().toStdString();
+    } else {
+        ASSERT_EQ(made().size(), 1) << app.readAllStandardError().toStdString();
+        ASSERT_TRUE(made().first().endsWith(".zip")) << made().first().toStdString();
+        const auto listed = TestEnvironment::run("unzip", {"-Z1", out + "/" + made().first()});
+        QStringList entries = QString::fromUtf8(listed.out).split('\n', Qt::SkipEmptyParts);
+        entries.sort();
+        EXPECT_EQ(entries, row.expected);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    App, FileManagerAction,
+    ::testing::Values(
+        ActionRow{"DolphinCompressStoresAZip", "dolphin/mokuza-full-compress.desktop", {"a.zip"}, {"a.zip"}},
+        ActionRow{"DolphinCompressTakesAMix", "dolphin/mokuza-full-compress.desktop", {"a.zip", "b.txt"}, {"a.zip", "b.txt"}},
+        ActionRow{"DolphinExtract", "dolphin/mokuza-full-extract.desktop", {"a.zip"}, {"inner.txt"}},
+        ActionRow{"NemoCompressStoresAZip", "nemo/mokuza-full-compress.nemo_action", {"a.zip"}, {"a.zip"}},
+        ActionRow{"NemoCompressTakesAMix", "nemo/mokuza-full-compress.nemo_action", {"b.txt", "a.zip"}, {"a.zip", "b.txt"}},
+        ActionRow{"NemoExtract", "nemo/mokuza-full-extract.nemo_action", {"a.zip"}, {"inner.txt"}},
+        ActionRow{"CajaCompressStoresAZip", "caja/mokuza-full-compress.desktop", {"a.zip"}, {"a.zip"}},
+        ActionRow{"CajaCompressTakesAMix", "caja/mokuza-full-compress.desktop", {"a.zip", "b.txt"}, {"a.zip", "b.txt"}},
+        ActionRow{"CajaExtract", "caja/mokuza-full-extract.desktop", {"a.zip"}, {"inner.txt"}}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace

@@ -111,7 +111,8 @@ TEST_P(ArchiveJob, WritesTheArchivesWhereTheProfileSaysOrNothingWhenAPanelIsCanc
         EXPECT_EQ(result.title, c.archives[i].path.section('/', -1));
         EXPECT_TRUE(result.errors.items.isEmpty());
         EXPECT_TRUE(result.password.stringValue.isNull());
-        EXPECT_EQ(result.verify.crc, QString::asprintf("%lX", ZipArchive::checkCRC(path))) << "read back and verified";
+        EXPECT_EQ(result.verify.crc, QString::asprintf("%08lX", ZipArchive::checkCRC(path)))
+            << "read back and verified, eight digits with leading zeros";
         EXPECT_EQ(notes[i].subtitle, path);
         EXPECT_EQ(notes[i].informativeText, "圧縮が完了しました");
     }

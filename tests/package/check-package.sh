@@ -63,14 +63,16 @@ grep -qx 'Exec=mokuza-full %F' "$root/usr/share/applications/mokuza-full.desktop
 grep -q '^MimeType=application/zip;' "$root/usr/share/applications/mokuza-full.desktop" || fail "desktop MimeType"
 appstreamcli validate --no-net "$root/usr/share/metainfo/jp.mokuza.MOKUZA-FULL.metainfo.xml" \
   || fail "AppStream file"
-# Every action starts the application with the selection, under the names
-# the menus show.
+# Every action starts the application with the selection and the job it
+# names, under the names the menus show.
 for action in "$root"/usr/share/kio/servicemenus/* "$root"/usr/share/nemo/actions/* \
               "$root"/usr/share/file-manager/actions/*; do
-  grep -qx 'Exec=mokuza-full %F' "$action" || fail "$action: Exec"
   case "$action" in
-    *compress*) grep -q '^Name=MOKUZA-FULL で圧縮$' "$action" || fail "$action: Name" ;;
-    *extract*) grep -q '^Name=MOKUZA-FULL で解凍$' "$action" || fail "$action: Name" ;;
+    *compress*) grep -q '^Name=MOKUZA-FULL で圧縮$' "$action" || fail "$action: Name"
+                grep -qx 'Exec=mokuza-full --compress %F' "$action" || fail "$action: Exec" ;;
+    *extract*) grep -q '^Name=MOKUZA-FULL で解凍$' "$action" || fail "$action: Name"
+               grep -qx 'Exec=mokuza-full --extract %F' "$action" || fail "$action: Exec" ;;
+    *) fail "$action: neither compress nor extract" ;;
   esac
 done
 grep -q '^Extensions=zip;$' "$root/usr/share/nemo/actions/mokuza-full-extract.nemo_action" || fail "Nemo zip only"

@@ -126,11 +126,11 @@ void RKAppDelegate::terminateIfIdle()
     }
 }
 
-void RKAppDelegate::applicationOpenFiles(const QStringList& paths)
+void RKAppDelegate::applicationOpenFiles(const QStringList& paths, RKOpenRequest::Mode mode)
 {
     m_isDockProcessing = true;
     const RKSetting setting = RKSetting::Setting();
-    switch (checkItems(paths)) {
+    switch (RKDispatch::itemKind(mode, paths)) {
     case RKDispatch::ItemKindCompress:
         if (const auto profile = setting.archiveProfileWithID(setting.finderDragArchiveProfileID)) {
             doArchive(paths, *profile);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/widgets/RKHeldKeyFilter.h"
+#include "app/RKOpenRequest.h"
 #include "platform/RKJobHost.h"
 #include "settings/RKProfileSetting.h"
 #include "settings/RKUnArchiveProfileSetting.h"
@@ -54,8 +55,11 @@ public:
 
     // --- application life cycle ------------------------------------------------
     // The open-files request: items opened with the application (paths given
-    // to the executable, or handed over by a later start).
-    void applicationOpenFiles(const QStringList& paths);
+    // to the executable, or handed over by a later start). The mode Open
+    // decides by the extensions; Compress and Extract make that job whatever
+    // the extensions (the file managers' actions).
+    void applicationOpenFiles(const QStringList& paths,
+                              RKOpenRequest::Mode mode = RKOpenRequest::Mode::Open);
     // End of start-up: an application that was asked to open items before
     // this point quits once that job is done.
     void applicationDidFinishLaunching();
