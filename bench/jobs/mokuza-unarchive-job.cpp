@@ -27,7 +27,7 @@ namespace {
 class SilentNotifier : public RKNotifier
 {
 public:
-    void deliver(const QString&, const QString&, const QString&) override {}
+    void deliver(const QString&, const QString&, const QString&, const QString&) override {}
 };
 
 class BenchHost : public RKJobHost, public RKResultDisplay

@@ -6,6 +6,7 @@
 #include "app/widgets/RKTopWindow.h"
 #include "archive/RKArchiveBase.h"
 #include "platform/RKAppInfo.h"
+#include "platform/RKDBusNotifier.h"
 #include "platform/RKInterruptWatcher.h"
 #include "platform/RKLauncherEntry.h"
 #include "platform/RKLeftovers.h"
@@ -161,6 +162,10 @@ int main(int argc, char** argv)
     // Profile passwords go to the desktop's keyring when one answers.
     RKKeychainSecretStore keyring;
     RKSecretStore::setCurrent(&keyring);
+    // The running application answers the notifications' 「フォルダを開く」.
+    RKDBusNotifier notifier;
+    notifier.offerShowItemAction();
+    RKNotifier::setCurrent(&notifier);
 
     int exitCode = 0;
     {
@@ -213,6 +218,7 @@ int main(int argc, char** argv)
     }
 
     RKSecretStore::setCurrent(nullptr);
+    RKNotifier::setCurrent(nullptr);
     RKSettingNotice::setCurrent(nullptr);
     RKKeyStateSource::setCurrent(nullptr);
     RKTaskbarProgress::setCurrent(nullptr);

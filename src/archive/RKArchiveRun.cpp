@@ -8,6 +8,7 @@
 #include "zip/RQZipArchiver.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QMetaObject>
 #include <QThread>
 
@@ -195,9 +196,11 @@ void RKArchiveRun::archiverArchiveFinished(RQZipArchiver* archiver, const QStrin
     // Posted before the close is handed over, so the notification is out
     // by the time the job reads the runner's results.
     if (RKNotifier* notifier = RKNotifier::current()) {
+        // An archive that errors kept from being written has nothing to show.
         notifier->deliver(RKAppInfo::applicationTitle(), archiveFilePath,
                           hasErrors ? QStringLiteral("圧縮が完了しましたが、エラーがあります")
-                                    : QStringLiteral("圧縮が完了しました"));
+                                    : QStringLiteral("圧縮が完了しました"),
+                          QFileInfo::exists(archiveFilePath) ? archiveFilePath : QString());
     }
     const int code = hasErrors ? 1 : 0;
     handToMainThread([this, code] { closeArchive(code); });

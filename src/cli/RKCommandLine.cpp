@@ -23,7 +23,7 @@ namespace {
 class SilentNotifier : public RKNotifier
 {
 public:
-    void deliver(const QString&, const QString&, const QString&) override {}
+    void deliver(const QString&, const QString&, const QString&, const QString&) override {}
 };
 
 // Installs a job's services for the length of a run and puts back what was

@@ -10,8 +10,11 @@ class RKNotifier
 public:
     virtual ~RKNotifier() = default;
 
+    // showItemPath: what the notification's 「フォルダを開く」 action shows in
+    // the file manager (the archive written, the folder extracted into);
+    // empty: no action.
     virtual void deliver(const QString& title, const QString& subtitle,
-                         const QString& informativeText) = 0;
+                         const QString& informativeText, const QString& showItemPath) = 0;
 
     // The installed notifier; by default the freedesktop D-Bus notifier.
     static RKNotifier* current();

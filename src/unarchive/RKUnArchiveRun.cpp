@@ -187,10 +187,13 @@ void RKUnArchiveRun::doClose(Ending ending)
 
     const QString title = RKAppInfo::applicationTitle();
     if (ending == Ending::Done) {
-        RKNotifier::current()->deliver(title, m_archiveUrl, QStringLiteral("解凍が完了しました"));
+        RKNotifier::current()->deliver(title, m_archiveUrl, QStringLiteral("解凍が完了しました"),
+                                       m_saveUrl);
     } else if (ending == Ending::DoneWithErrors) {
+        // Nothing was placed: no folder to show.
         RKNotifier::current()->deliver(title, m_archiveUrl,
-                                       QStringLiteral("解凍が完了しましたが、エラーがあります"));
+                                       QStringLiteral("解凍が完了しましたが、エラーがあります"),
+                                       QString());
     }
     runClosed();
 }

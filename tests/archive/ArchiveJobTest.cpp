@@ -115,6 +115,7 @@ TEST_P(ArchiveJob, WritesTheArchivesWhereTheProfileSaysOrNothingWhenAPanelIsCanc
             << "read back and verified, eight digits with leading zeros";
         EXPECT_EQ(notes[i].subtitle, path);
         EXPECT_EQ(notes[i].informativeText, "圧縮が完了しました");
+        EXPECT_EQ(notes[i].showItemPath, path);
     }
     // Nothing but the archives was written, and nothing that was there is
     // lost unless it was meant to be replaced.

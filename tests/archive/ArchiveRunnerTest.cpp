@@ -98,7 +98,9 @@ TEST_P(RunnerRun, ShowsTheShareStartedNotifiesOnceAndKeepsTheErrors)
     EXPECT_EQ(titles, c.titles);
     const auto notes = services.notifier.delivered();
     ASSERT_EQ(notes.size(), 1);
-    EXPECT_EQ(notes[0].title + " | " + notes[0].subtitle + " | " + notes[0].informativeText, "MOKUZA-FULL | " + url + " | " + c.text);
+    EXPECT_EQ(notes[0].title + " | " + notes[0].subtitle + " | " + notes[0].informativeText + " | " + notes[0].showItemPath,
+              "MOKUZA-FULL | " + url + " | " + c.text + " | " + (c.stored.isEmpty() ? "" : url))
+        << "an archive not written has nothing to show";
     QStringList errors;
     for (const RQError& error : runner.errors()) {
         errors.append(QString::number(error.code()) + " " + error.localizedRecoverySuggestion());

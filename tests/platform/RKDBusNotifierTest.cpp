@@ -1,7 +1,10 @@
 #include "platform/RKDBusNotifier.h"
+#include "platform/RKFileManager.h"
+#include "support/FakeFileManager.h"
 #include "support/PrivateSessionBus.h"
 #include "support/TestEnvironment.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <gtest/gtest.h>
@@ -18,8 +21,11 @@ class FakeNotifications : public QObject
 
 public:
     QList<QVariantList> calls;
+    QStringList capabilities{"body"};
 
 public slots:
+    QStringList GetCapabilities() { return capabilities; }
+
     uint Notify(const QString& appName, uint replacesId, const QString& appIcon, const QString& summary,
                 const QString& body, const QStringList& actions, const QVariantMap& hints, int expireTimeout)
     {
@@ -39,8 +45,8 @@ TEST(RKDBusNotifier, DeliversTitleSubtitleAndInformativeTextFromAnyThreadAndIsSi
     ASSERT_TRUE(bus.isRunning()) << "dbus-daemon did not start";
     ASSERT_TRUE(bus.connect(QStringLiteral("notifier-client")));
     RKDBusNotifier notifier{QStringLiteral("notifier-client")};
-    RKDBusNotifier(QStringLiteral("never-connected")).deliver("MOKUZA-FULL", "/a.zip", "no bus");
-    notifier.deliver("MOKUZA-FULL", "/lost.zip", "lost");
+    RKDBusNotifier(QStringLiteral("never-connected")).deliver("MOKUZA-FULL", "/a.zip", "no bus", "/a.zip");
+    notifier.deliver("MOKUZA-FULL", "/lost.zip", "lost", "/lost.zip");
     // A call the bus answers itself: everything sent before has been routed.
     QDBusConnection(QStringLiteral("notifier-client"))
         .call(QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -52,11 +58,12 @@ TEST(RKDBusNotifier, DeliversTitleSubtitleAndInformativeTextFromAnyThreadAndIsSi
     ASSERT_TRUE(server.registerObject(QStringLiteral("/org/freedesktop/Notifications"), &fake,
                                       QDBusConnection::ExportAllSlots));
     ASSERT_TRUE(server.registerService(QStringLiteral("org.freedesktop.Notifications")));
+    fake.capabilities.append("actions"); // not offered without offerShowItemAction()
     notifier.deliver(QStringLiteral("MOKUZA-FULL"), QStringLiteral("/home/u/a & <b>.zip"),
-                     QStringLiteral("圧縮が完了しました"));
+                     QStringLiteral("圧縮が完了しました"), QStringLiteral("/home/u/a & <b>.zip"));
     ASSERT_TRUE(TestEnvironment::waitFor([&] { return fake.calls.size() == 1; }));
-    std::thread first([&] { notifier.deliver("MOKUZA-FULL", "/b.zip", "two"); });
-    std::thread second([&] { notifier.deliver("MOKUZA-FULL", QString(), "three"); });
+    std::thread first([&] { notifier.deliver("MOKUZA-FULL", "/b.zip", "two", QString()); });
+    std::thread second([&] { notifier.deliver("MOKUZA-FULL", QString(), "three", QString()); });
     first.join();
     second.join();
     ASSERT_TRUE(TestEnvironment::waitFor([&] { return fake.calls.size() == 3; }));
@@ -76,6 +83,72 @@ TEST(RKDBusNotifier, DeliversTitleSubtitleAndInformativeTextFromAnyThreadAndIsSi
     EXPECT_EQ(bodies, (QStringList{QStringLiteral("/home/u/a &amp; &lt;b&gt;.zip\n圧縮が完了しました"),
                                    QStringLiteral("/b.zip\ntwo"), QStringLiteral("three")}));
 }
+
+struct ActionRow {
+    const char* name;
+    QStringList capabilities;
+    const char* showItemPath;
+    bool offered;
+};
+
+class NotificationAction : public ::testing::TestWithParam<ActionRow> {};
+
+// The 「フォルダを開く」 action goes only to a server that has actions, only
+// with an item to show; picking it (after the server's activation token)
+// makes the file manager show the item selected. Another notification's
+// action shows nothing.
+TEST_P(NotificationAction, OfferedWhereTheServerHasActionsAndShowsTheItem)
+{
+    const ActionRow& row = GetParam();
+    PrivateSessionBus bus;
+    ASSERT_TRUE(bus.connect("client") && bus.connect("server"));
+    FakeNotifications server;
+    server.capabilities = row.capabilities;
+    QDBusConnection serverConnection("server");
+    ASSERT_TRUE(serverConnection.registerObject("/org/freedesktop/Notifications", &server,
+                                                QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(serverConnection.registerService("org.freedesktop.Notifications"));
+    FakeFileManager fileManagerService;
+    ASSERT_TRUE(fileManagerService.serveOn("server"));
+    RKFileManager fileManager("client");
+    RKFileManager::setCurrent(&fileManager);
+
+    RKDBusNotifier notifier("client");
+    notifier.offerShowItemAction();
+    std::thread worker([&] { notifier.deliver("MOKUZA-FULL", "/in/a.zip", "解凍が完了しました", row.showItemPath); });
+    worker.join();
+    ASSERT_TRUE(TestEnvironment::waitFor([&] { return server.calls.size() == 1; }));
+    EXPECT_EQ(server.calls[0][5].toStringList(),
+              row.offered ? RKDBusNotifier::showItemActions() : QStringList());
+
+    const auto signal = [&](const char* name, const QVariantList& arguments) {
+        QDBusMessage message = QDBusMessage::createSignal("/org/freedesktop/Notifications",
+                                                          "org.freedesktop.Notifications", name);
+        message.setArguments(arguments);
+        serverConnection.send(message);
+    };
+    signal("ActionInvoked", {uint(99), QString("show-folder")}); // not ours
+    signal("ActivationToken", {uint(1), QString("token-1")});
+    signal("ActionInvoked", {uint(1), QString("show-folder")});
+    if (row.offered) {
+        ASSERT_TRUE(TestEnvironment::waitFor([&] { return !fileManagerService.calls.isEmpty(); }));
+        EXPECT_EQ(fileManagerService.calls[0].uris, QStringList{"file:///out/%E8%B3%87%E6%96%99%20b"});
+        EXPECT_EQ(fileManagerService.calls[0].startupId, "token-1");
+    }
+    // Anything still on its way has arrived once the bus answered this.
+    QDBusConnection("client").call(QDBusMessage::createMethodCall(
+        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId"));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(fileManagerService.calls.size(), row.offered ? 1 : 0);
+    RKFileManager::setCurrent(nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Platform, NotificationAction,
+    ::testing::Values(ActionRow{"ServerWithActions", {"body", "actions"}, "/out/資料 b", true},
+                      ActionRow{"ServerWithoutActions", {"body"}, "/out/資料 b", false},
+                      ActionRow{"NothingToShow", {"actions"}, "", false}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace
 

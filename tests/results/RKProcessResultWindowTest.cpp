@@ -1,11 +1,17 @@
 #include "results/widgets/RKCopyableTableCellView.h"
 #include "results/widgets/RKProcessResultWindow.h"
+#include "platform/RKFileManager.h"
+#include "support/FakeFileManager.h"
+#include "support/FakeXdgOpen.h"
+#include "support/PrivateSessionBus.h"
 #include "support/TestEnvironment.h"
 
 #include <QApplication>
 #include <QClipboard>
 #include <QLabel>
+#include <QDir>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
@@ -117,6 +123,83 @@ TEST_F(RKProcessResultWindowTest, PasswordRowsMaskedOrClear)
     // An errors row with no errors has nothing to expand.
     EXPECT_EQ(first->child(2)->childIndicatorPolicy(), QTreeWidgetItem::DontShowIndicatorWhenChildless);
 }
+
+// A long message breaks into lines inside its column, clear of the buttons;
+// the tooltip and the clipboard keep it whole.
+TEST_F(RKProcessResultWindowTest, LongErrorWrapsInsideItsColumn)
+{
+    const RQError error = RQError::initWithUnArchiverErrorCode(2, QStringLiteral("/in/broken.zip"));
+    display({result("broken.zip", QString(), false, {error})});
+    window.show();
+    QTreeWidget* tree = window.outlineView();
+    QTreeWidgetItem* row = tree->topLevelItem(0)->child(1)->child(0);
+    RKCopyableTableCellView* cell = window.valueCell(row);
+    QLabel* text = cell->textField();
+    ASSERT_TRUE(TestEnvironment::waitFor([&] { return tree->visualItemRect(row).height() > 2 * text->fontMetrics().height(); }))
+        << "two lines or more";
+    EXPECT_LE(cell->geometry().right(), tree->viewport()->width());
+    EXPECT_LE(text->geometry().right(), cell->btnCopy()->geometry().left());
+    EXPECT_GE(text->height(), text->heightForWidth(text->width())) << "no line cut off";
+    EXPECT_EQ(text->toolTip(), error.localizedDescription());
+    cell->btnCopy()->click();
+    EXPECT_EQ(QApplication::clipboard()->text(), error.localizedDescription());
+}
+
+struct ShowFolderRow {
+    const char* name;
+    bool folder;      // an extraction's destination, else an archive
+    bool fileManager; // one answers on the bus
+};
+
+class ShowFolder : public RKProcessResultWindowTest, public ::testing::WithParamInterface<ShowFolderRow> {};
+
+// The destination row's 「フォルダを開く」 asks the file manager to show the
+// archive or extracted folder selected; with no file manager on the bus the
+// folder goes to xdg-open. A destination that is gone cannot be shown.
+TEST_P(ShowFolder, ShowsTheDestinationInTheFileManagerElseOpensTheFolder)
+{
+    const ShowFolderRow& row = GetParam();
+    QTemporaryDir dir;
+    const QString destination = dir.filePath(row.folder ? "展開 先" : "資料 a.zip");
+    ASSERT_TRUE(row.folder ? QDir().mkpath(destination) : TestEnvironment::writeFile(destination, "zip"));
+    PrivateSessionBus bus;
+    ASSERT_TRUE(bus.connect("client") && bus.connect("service"));
+    FakeFileManager service;
+    if (row.fileManager) {
+        ASSERT_TRUE(service.serveOn("service"));
+    }
+    RKFileManager fileManager("client");
+    RKFileManager::setCurrent(&fileManager);
+    FakeXdgOpen xdgOpen;
+
+    RKProcessResultInfo info = result("a.zip", QString(), false);
+    info.destPath.stringValue = destination;
+    RKProcessResultInfo gone = result("gone.zip", QString(), false);
+    display({info, gone});
+    RKCopyableTableCellView* cell = window.valueCell(window.outlineView()->topLevelItem(0)->child(0));
+    EXPECT_FALSE(window.valueCell(window.outlineView()->topLevelItem(0))->btnShowFolder()->isVisibleTo(&window));
+    EXPECT_FALSE(window.valueCell(window.outlineView()->topLevelItem(1)->child(0))->btnShowFolder()->isEnabled());
+    ASSERT_TRUE(cell->btnShowFolder()->isVisibleTo(&window));
+    EXPECT_EQ(cell->btnShowFolder()->text(), "フォルダを開く");
+    cell->btnShowFolder()->click();
+
+    if (row.fileManager) {
+        ASSERT_TRUE(TestEnvironment::waitFor([&] { return !service.calls.isEmpty(); }));
+        EXPECT_EQ(service.calls[0].uris, QStringList{QUrl::fromLocalFile(destination).toString(QUrl::FullyEncoded)});
+        EXPECT_TRUE(xdgOpen.targets().isEmpty());
+    } else {
+        ASSERT_TRUE(TestEnvironment::waitFor([&] { return !xdgOpen.targets().isEmpty(); }));
+        EXPECT_EQ(xdgOpen.targets(), QStringList{row.folder ? destination : dir.path()});
+    }
+    RKFileManager::setCurrent(nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Results, ShowFolder,
+                         ::testing::Values(ShowFolderRow{"ArchiveInTheFileManager", false, true},
+                                           ShowFolderRow{"ExtractedFolderInTheFileManager", true, true},
+                                           ShowFolderRow{"ArchiveFolderByXdgOpen", false, false},
+                                           ShowFolderRow{"ExtractedFolderByXdgOpen", true, false}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 // Every way of closing ends the modal loop with code 0; the window was shown
 // centred over its parent.

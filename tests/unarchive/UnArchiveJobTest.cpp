@@ -81,7 +81,8 @@ protected:
     {
         QStringList lines;
         for (const auto& n : services.notifier.delivered()) {
-            lines << n.title + " | " + n.subtitle + " | " + n.informativeText;
+            lines << n.title + " | " + n.subtitle + " | " + n.informativeText
+                    + (n.showItemPath.isEmpty() ? QString() : " | show " + n.showItemPath);
         }
         return lines;
     }
@@ -126,7 +127,7 @@ TEST_P(PasswordTest, OnePromptThenPlacedOrErrors)
     if (c.placed) {
         EXPECT_EQ(snapshot(out()), kPlaced);
         EXPECT_TRUE(runner.errors().isEmpty());
-        EXPECT_EQ(notices(), QStringList{"MOKUZA-FULL | " + archive + " | 解凍が完了しました"});
+        EXPECT_EQ(notices(), QStringList{"MOKUZA-FULL | " + archive + " | 解凍が完了しました | show " + out()});
         EXPECT_EQ(runner.windowTitle(), "コピー中 - 100.0%");
     } else {
         EXPECT_EQ(snapshot(out()), QStringList{}) << "nothing placed";

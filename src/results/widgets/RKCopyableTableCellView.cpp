@@ -1,6 +1,9 @@
 #include "results/widgets/RKCopyableTableCellView.h"
 
+#include "platform/RKFileManager.h"
+
 #include <QClipboard>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -11,6 +14,7 @@ RKCopyableTableCellView::RKCopyableTableCellView(QWidget* parent)
     : QWidget(parent)
     , m_textField(new QLabel(this))
     , m_btnCopy(new QToolButton(this))
+    , m_btnShowFolder(new QToolButton(this))
 {
     setObjectName(QStringLiteral("ValueCellView"));
     m_textField->setObjectName(QStringLiteral("textField"));
@@ -23,13 +27,45 @@ RKCopyableTableCellView::RKCopyableTableCellView(QWidget* parent)
     m_btnCopy->setToolTip(QStringLiteral("クリップボードにコピー"));
     m_btnCopy->setFocusPolicy(Qt::NoFocus);
 
+    m_btnShowFolder->setObjectName(QStringLiteral("btnShowFolder"));
+    m_btnShowFolder->setText(QStringLiteral("フォルダを開く"));
+    m_btnShowFolder->setToolTip(QStringLiteral("ファイルマネージャーで表示"));
+    m_btnShowFolder->setFocusPolicy(Qt::NoFocus);
+    m_btnShowFolder->setVisible(false);
+
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(2, 0, 2, 0);
     layout->setSpacing(4);
     layout->addWidget(m_textField, 1);
+    layout->addWidget(m_btnShowFolder, 0);
     layout->addWidget(m_btnCopy, 0);
 
     connect(m_btnCopy, &QToolButton::clicked, this, &RKCopyableTableCellView::btnCopyTouchUpInside);
+    connect(m_btnShowFolder, &QToolButton::clicked, this,
+            &RKCopyableTableCellView::btnShowFolderTouchUpInside);
+}
+
+void RKCopyableTableCellView::setWrapsText(bool wraps)
+{
+    m_textField->setWordWrap(wraps);
+    QSizePolicy policy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    policy.setHeightForWidth(wraps);
+    m_textField->setSizePolicy(policy);
+    m_textField->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+}
+
+void RKCopyableTableCellView::setShowItemPath(const QString& path)
+{
+    m_showItemPath = path;
+    m_btnShowFolder->setVisible(!path.isEmpty());
+    m_btnShowFolder->setEnabled(!path.isEmpty() && QFileInfo::exists(path));
+}
+
+void RKCopyableTableCellView::btnShowFolderTouchUpInside()
+{
+    if (!m_showItemPath.isEmpty()) {
+        RKFileManager::current()->showItem(m_showItemPath);
+    }
 }
 
 void RKCopyableTableCellView::setLabelString(const QString& string, bool hidden)

@@ -6,8 +6,9 @@
 class QLabel;
 class QToolButton;
 
-// A value cell of the result window: the text (masked or not) and a button
-// that puts the value, always in clear, on the clipboard.
+// A value cell of the result window: the text (masked or not), a button that
+// puts the value, always in clear, on the clipboard, and for a destination a
+// button that shows it in the file manager.
 class RKCopyableTableCellView : public QWidget
 {
     Q_OBJECT
@@ -21,15 +22,27 @@ public:
 
     QString innerString() const { return m_innerString; }
     QString showString() const { return m_showString; }
+    // A long text breaks into lines inside the column instead of running out
+    // of it; the full text stays in the tooltip.
+    void setWrapsText(bool wraps);
+    // Shows the 「フォルダを開く」 button, for path (the archive written or the
+    // folder extracted into); enabled while path exists. Empty: no button.
+    void setShowItemPath(const QString& path);
+    QString showItemPath() const { return m_showItemPath; }
+
     QLabel* textField() const { return m_textField; }
     QToolButton* btnCopy() const { return m_btnCopy; }
+    QToolButton* btnShowFolder() const { return m_btnShowFolder; }
 
 public slots:
     void btnCopyTouchUpInside();
+    void btnShowFolderTouchUpInside();
 
 private:
     QString m_innerString;
     QString m_showString;
+    QString m_showItemPath;
     QLabel* m_textField;
     QToolButton* m_btnCopy;
+    QToolButton* m_btnShowFolder;
 };

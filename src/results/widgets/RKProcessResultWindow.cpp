@@ -5,10 +5,14 @@
 #include "ui_RKProcessResultWindow.h"
 
 #include <QHeaderView>
+#include <QLabel>
 #include <QScreen>
 #include <QTreeWidget>
 #include <QToolButton>
 #include <QTreeWidgetItem>
+#include <QTreeWidgetItemIterator>
+
+#include <algorithm>
 
 namespace {
 
@@ -34,6 +38,8 @@ RKProcessResultWindow::RKProcessResultWindow(QWidget* parent)
     ui->outlineView->setExpandsOnDoubleClick(false);
     connect(ui->outlineView, &QTreeWidget::itemDoubleClicked, this,
             &RKProcessResultWindow::doubleClick);
+    connect(ui->outlineView->header(), &QHeaderView::sectionResized, this,
+            &RKProcessResultWindow::fitRowHeights);
 }
 
 RKProcessResultWindow::~RKProcessResultWindow() = default;
@@ -76,8 +82,9 @@ void RKProcessResultWindow::reloadData()
                 : info.hasErrors() ? QStringLiteral("処理が完了しましたが、エラーがあります。")
                                    : QStringLiteral("処理が完了しました。"),
             false, false);
-        addRow(top, RowKind::DestPath, QStringLiteral("保存先"), info.destPath.stringValue, true,
-               false);
+        QTreeWidgetItem* destination = addRow(top, RowKind::DestPath, QStringLiteral("保存先"),
+                                              info.destPath.stringValue, true, false);
+        valueCell(destination)->setShowItemPath(info.destPath.stringValue);
         if (info.password.leftEmpty()) {
             addRow(top, RowKind::Password, QStringLiteral("パスワード"),
                    QString::fromUtf16(u"なし（パスワードが空のため、暗号化されていません）"), false,
@@ -95,11 +102,36 @@ void RKProcessResultWindow::reloadData()
                    false);
         for (const RQError& error : info.errors.items) {
             const QString reason = error.localizedFailureReason();
-            addRow(errors, RowKind::Error, error.localizedRecoverySuggestion(),
-                   reason.isEmpty() ? error.localizedDescription()
-                                    : error.localizedDescription() + QStringLiteral("（") + reason
-                           + QStringLiteral("）"),
-                   true, false);
+            QTreeWidgetItem* row =
+                addRow(errors, RowKind::Error, error.localizedRecoverySuggestion(),
+                       reason.isEmpty() ? error.localizedDescription()
+                                        : error.localizedDescription() + QStringLiteral("（")
+                               + reason + QStringLiteral("）"),
+                       true, false);
+            valueCell(row)->setWrapsText(true);
+        }
+    }
+    fitRowHeights();
+}
+
+void RKProcessResultWindow::resizeEvent(QResizeEvent* event)
+{
+    QDialog::resizeEvent(event);
+    fitRowHeights();
+}
+
+void RKProcessResultWindow::fitRowHeights()
+{
+    QTreeWidget* tree = ui->outlineView;
+    const int width = tree->columnWidth(kValueColumn);
+    for (QTreeWidgetItemIterator it(tree); *it; ++it) {
+        RKCopyableTableCellView* cell = valueCell(*it);
+        if (cell == nullptr || !cell->textField()->wordWrap()) {
+            continue;
+        }
+        const int height = std::max(cell->btnCopy()->sizeHint().height() + 2, cell->heightForWidth(width));
+        if ((*it)->sizeHint(kValueColumn).height() != height) {
+            (*it)->setSizeHint(kValueColumn, QSize(0, height));
         }
     }
 }

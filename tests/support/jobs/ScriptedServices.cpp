@@ -76,10 +76,10 @@ QString ScriptedPasswordPrompt::askUnArchivePassword(QObject*)
 }
 
 void CapturingNotifier::deliver(const QString& title, const QString& subtitle,
-                                const QString& informativeText)
+                                const QString& informativeText, const QString& showItemPath)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_delivered.append({title, subtitle, informativeText});
+    m_delivered.append({title, subtitle, informativeText, showItemPath});
 }
 
 QList<CapturingNotifier::Notification> CapturingNotifier::delivered() const

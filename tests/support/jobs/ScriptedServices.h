@@ -73,10 +73,11 @@ public:
         QString title;
         QString subtitle;
         QString informativeText;
+        QString showItemPath;
     };
 
-    void deliver(const QString& title, const QString& subtitle,
-                 const QString& informativeText) override;
+    void deliver(const QString& title, const QString& subtitle, const QString& informativeText,
+                 const QString& showItemPath) override;
     QList<Notification> delivered() const;
 
 private:
