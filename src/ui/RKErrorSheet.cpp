@@ -1,13 +1,9 @@
 #include "ui/RKErrorSheet.h"
 
 #include "platform/RKAppInfo.h"
+#include "ui/RKWindowFit.h"
 
-#include <QGridLayout>
 #include <QMessageBox>
-
-namespace {
-constexpr int kMinimumTextWidth = 320;
-}
 
 QMessageBox* RKShowErrorSheet(QWidget* window, const QString& informativeText)
 {
@@ -19,12 +15,9 @@ QMessageBox* RKShowErrorSheet(QWidget* window, const QString& informativeText)
     alert->setText(QString::fromUtf16(u"エラー"));
     alert->setInformativeText(informativeText);
     alert->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
-    // A short reason without blanks (Japanese) would otherwise be wrapped
-    // into a narrow column.
-    if (auto* grid = qobject_cast<QGridLayout*>(alert->layout())) {
-        grid->addItem(new QSpacerItem(kMinimumTextWidth, 0, QSizePolicy::Minimum, QSizePolicy::Minimum),
-                      grid->rowCount(), 0, 1, grid->columnCount());
-    }
+    // A reason without blanks (Japanese) would otherwise be wrapped into a
+    // narrow column.
+    RKFitAlertToText(alert);
     alert->setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
     alert->open();
     return alert;

@@ -1,6 +1,7 @@
 #include "ui/RKOpenPanel.h"
 
 #include "ui/RKPanelMessage.h"
+#include "ui/RKWindowFit.h"
 
 #include <QFileInfo>
 #include <QLabel>
@@ -20,6 +21,7 @@ void RKOpenPanel::setMessage(const QString& message)
 {
     m_message->setText(message);
     m_message->setVisible(!message.isEmpty());
+    RKFitLabelToText(m_message, RKLongestLineWidth(this));
 }
 
 QString RKOpenPanel::message() const

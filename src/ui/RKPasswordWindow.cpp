@@ -2,6 +2,7 @@
 
 #include "settings/RKSetting.h"
 #include "ui/KSPasswordField.h"
+#include "ui/RKWindowFit.h"
 #include "ui/RKWindowPlacement.h"
 #include "ui_RKPasswordWindow.h"
 
@@ -21,6 +22,7 @@ RKPasswordWindow::RKPasswordWindow(QWidget* parent)
     connect(ui->btnOk, &QPushButton::clicked, this, &RKPasswordWindow::btnOkTouchUpInside);
     connect(ui->btnShowPassword, &QCheckBox::clicked, this,
             &RKPasswordWindow::btnShowPasswordTouchUpInside);
+    RKFitToText(this);
 }
 
 RKPasswordWindow::~RKPasswordWindow() = default;

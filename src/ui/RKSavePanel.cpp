@@ -1,6 +1,7 @@
 #include "ui/RKSavePanel.h"
 
 #include "ui/RKPanelMessage.h"
+#include "ui/RKWindowFit.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -20,6 +21,7 @@ void RKSavePanel::setMessage(const QString& message)
 {
     m_message->setText(message);
     m_message->setVisible(!message.isEmpty());
+    RKFitLabelToText(m_message, RKLongestLineWidth(this));
 }
 
 QString RKSavePanel::message() const

@@ -11,6 +11,7 @@
 #include "results/widgets/RKProcessResultWindow.h"
 #include "settings/RKPasswordProvider.h"
 #include "settings/RKSetting.h"
+#include "ui/RKWindowFit.h"
 #include "ui/RKWindowPlacement.h"
 #include "unarchive/widgets/RKUnArchiveProgressWindow.h"
 
@@ -170,6 +171,7 @@ void RKAppDelegate::showMixedItemsAlert(bool terminateAfterwards)
     alert->setText(QString::fromUtf16(u"エラー"));
     alert->setInformativeText(QString::fromUtf16(u"圧縮対象と解凍対象が混在しています"));
     alert->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
+    RKFitAlertToText(alert);
     alert->setWindowModality(Qt::WindowModal);
     if (terminateAfterwards) {
         connect(alert, &QMessageBox::finished, this, [this] { terminate(); });

@@ -1,5 +1,6 @@
 #include "archive/widgets/RKProgressWindow.h"
 
+#include "ui/RKWindowFit.h"
 #include "ui/RKWindowPlacement.h"
 #include "ui_RKProgressWindow.h"
 
@@ -25,6 +26,9 @@ RKProgressWindow::RKProgressWindow(QWidget* parent)
     textField = ui->textField;
     btnCansel = ui->btnCansel;
     setWindowModality(Qt::ApplicationModal);
+    // Wide enough for the longest title it will show.
+    setWindowTitle(progressTitle(1, 1));
+    RKFitToText(this);
     setWindowTitle(progressTitle(0, 1));
     connect(btnCansel, &QPushButton::clicked, this, &RKProgressWindow::btCanselTouchUpInside);
 }

@@ -9,6 +9,7 @@
 #include "ui/RKErrorSheet.h"
 #include "ui/RKProfilePopUpButton.h"
 #include "ui/RKUnArchiveProfilePopUpButton.h"
+#include "ui/RKWindowFit.h"
 #include "ui_RKPreferenceWindow.h"
 
 #include <QHeaderView>
@@ -153,6 +154,7 @@ RKPreferenceWindow::RKPreferenceWindow(QWidget* parent)
     connectList<UnArchiveSide>({ui->unZipProfileAddButton, ui->unZipProfileDeleteButton, ui->unZipProfileEditButton,
                                 ui->unZipProfileCopyButton},
                                ui->unZipToolItems);
+    RKFitToText(this);
 }
 
 RKPreferenceWindow::~RKPreferenceWindow() = default;
@@ -495,6 +497,7 @@ void RKPreferenceWindow::btnDefaultTouchUpInside()
     QPushButton* ok = confirmation->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
     confirmation->setDefaultButton(cancel);
     confirmation->setEscapeButton(cancel);
+    RKFitAlertToText(confirmation);
     connect(confirmation, &QMessageBox::buttonClicked, this, [this, ok](QAbstractButton* clicked) {
         if (clicked != ok) {
             return;

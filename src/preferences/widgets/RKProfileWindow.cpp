@@ -6,6 +6,7 @@
 #include "settings/RKSetting.h"
 #include "ui/KSPasswordField.h"
 #include "ui/RKErrorSheet.h"
+#include "ui/RKWindowFit.h"
 #include "ui_RKProfileWindow.h"
 
 #include <QClipboard>
@@ -77,6 +78,7 @@ RKProfileWindow::RKProfileWindow(QWidget* parent)
     connect(ui->btnStaticFolderOpen, &QPushButton::clicked, this,
             &RKProfileWindow::btnStaticFolderOpenTouchUpInside);
     connect(ui->btnShowPassword, &QCheckBox::clicked, this, &RKProfileWindow::btnShowPasswordTouchUpInside);
+    RKFitToText(this);
 }
 
 RKProfileWindow::~RKProfileWindow() = default;

@@ -5,6 +5,7 @@
 #include "preferences/widgets/RKUnArchiveProfileWindowDelegate.h"
 #include "settings/RKSetting.h"
 #include "ui/RKErrorSheet.h"
+#include "ui/RKWindowFit.h"
 #include "ui_RKUnArchiveProfileWindow.h"
 
 #include <QPushButton>
@@ -18,6 +19,7 @@ RKUnArchiveProfileWindow::RKUnArchiveProfileWindow(QWidget* parent)
     connect(ui->btnCancel, &QPushButton::clicked, this, &RKUnArchiveProfileWindow::btnCancelTouchUpInside);
     connect(ui->btnStaticFolderOpen, &QPushButton::clicked, this,
             &RKUnArchiveProfileWindow::btnStaticFolderOpenTouchUpInside);
+    RKFitToText(this);
 }
 
 RKUnArchiveProfileWindow::~RKUnArchiveProfileWindow() = default;

@@ -1,6 +1,7 @@
 #include "results/widgets/RKProcessResultWindow.h"
 
 #include "results/widgets/RKCopyableTableCellView.h"
+#include "ui/RKWindowFit.h"
 #include "ui/RKWindowPlacement.h"
 #include "ui_RKProcessResultWindow.h"
 
@@ -40,6 +41,7 @@ RKProcessResultWindow::RKProcessResultWindow(QWidget* parent)
             &RKProcessResultWindow::doubleClick);
     connect(ui->outlineView->header(), &QHeaderView::sectionResized, this,
             &RKProcessResultWindow::fitRowHeights);
+    RKFitToText(this);
 }
 
 RKProcessResultWindow::~RKProcessResultWindow() = default;

@@ -1,4 +1,6 @@
 #include "shortcut/widgets/SRAdditions.h"
+#include "ui/RKWindowFit.h"
+
 
 #include <QMessageBox>
 
@@ -8,5 +10,6 @@ std::unique_ptr<QMessageBox> alertWithNonRecoverableError(const SRValidationErro
     alert->setText(error.localizedDescription);
     alert->setInformativeText(error.localizedRecoverySuggestion);
     alert->addButton(error.localizedRecoveryOptions.value(0), QMessageBox::AcceptRole);
+    RKFitAlertToText(alert.get());
     return alert;
 }

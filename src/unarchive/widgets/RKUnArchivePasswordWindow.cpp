@@ -1,6 +1,7 @@
 #include "unarchive/widgets/RKUnArchivePasswordWindow.h"
 
 #include "ui/KSPasswordField.h"
+#include "ui/RKWindowFit.h"
 #include "ui/RKWindowPlacement.h"
 #include "ui_RKUnArchivePasswordWindow.h"
 
@@ -20,6 +21,7 @@ RKUnArchivePasswordWindow::RKUnArchivePasswordWindow(QWidget* parent)
             &RKUnArchivePasswordWindow::btnCancelTouchUpInside);
     connect(ui->btnShowPassword, &QCheckBox::clicked, this,
             &RKUnArchivePasswordWindow::btnShowPasswordTouchUpInside);
+    RKFitToText(this);
 }
 
 RKUnArchivePasswordWindow::~RKUnArchivePasswordWindow() = default;

@@ -1,6 +1,7 @@
 #include "unarchive/widgets/RKUnArchiveProgressWindow.h"
 
 #include "platform/RKAppInfo.h"
+#include "ui/RKWindowFit.h"
 #include "ui/RKWindowPlacement.h"
 #include "ui_RKUnArchiveProgressWindow.h"
 
@@ -17,6 +18,11 @@ RKUnArchiveProgressWindow::RKUnArchiveProgressWindow(QWidget* parent)
     setWindowModality(Qt::ApplicationModal);
     connect(ui->btnCansel, &QPushButton::clicked, this,
             &RKUnArchiveProgressWindow::btnCancelTouchUpInside);
+    // Wide enough for the longest title it will show.
+    const QString title = windowTitle();
+    setWindowTitle(progressTitle(Phase::FileCopy, 1, 1));
+    RKFitToText(this);
+    setWindowTitle(title);
 }
 
 RKUnArchiveProgressWindow::~RKUnArchiveProgressWindow() = default;
