@@ -2,10 +2,13 @@
 // request gets, the held combinations, the alert, queueing and quitting.
 #include "app/AppTestSupport.h"
 #include "app/widgets/RKDroppableView.h"
+#include "app/widgets/RKHelpLauncher.h"
+#include "app/widgets/RKHelpWindow.h"
 #include "app/widgets/RKTopView.h"
 #include "app/widgets/RKTopWindow.h"
 #include "archive/RKArchiveBase.h"
 #include "settings/RKSetting.h"
+#include "support/FakeXdgOpen.h"
 #include "support/TestEnvironment.h"
 #include "ui/RKProfilePopUpButton.h"
 #include "ui/RKUnArchiveProfilePopUpButton.h"
@@ -20,6 +23,8 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QTemporaryDir>
+#include <QTextBlock>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -426,6 +431,44 @@ TEST_F(AppDelegateTest, RequestsArrivingDuringAJobWaitForItAndTheExitWaitsForThe
     EXPECT_EQ(prompt.archivePromptProfiles.size(), 3);
     EXPECT_EQ(app.results.shown.size(), 3);
     EXPECT_EQ(app.terminateCount, 1);
+}
+
+// Help without a browser: where xdg-open finds no application for the page,
+// it opens in a window of the application, whose links between sections all
+// lead somewhere; where a browser takes it, no window comes.
+TEST(HelpLauncher, OpensTheBundledPageInAWindowWhereNoBrowserTakesIt)
+{
+    QWidget parent;
+    for (const int status : {0, 1}) {
+        FakeXdgOpen xdgOpen(status);
+        ASSERT_TRUE(RKHelpLauncher::openHelpPage(&parent));
+        ASSERT_TRUE(TestEnvironment::waitFor([&] { return !xdgOpen.targets().isEmpty(); }));
+        EXPECT_TRUE(xdgOpen.targets()[0].startsWith("file:///")) << xdgOpen.targets()[0].toStdString();
+        if (status == 0) {
+            TestEnvironment::waitFor([] { return false; }, 300); // the answer has come
+            EXPECT_EQ(RKHelpLauncher::helpWindow(), nullptr);
+        }
+    }
+    ASSERT_TRUE(TestEnvironment::waitFor([] { return RKHelpLauncher::helpWindow() != nullptr; }));
+    RKHelpWindow* window = RKHelpLauncher::helpWindow();
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_EQ(window->browser()->source().fileName(), "index.html");
+
+    QStringList links, anchors;
+    for (QTextBlock block = window->browser()->document()->begin(); block.isValid(); block = block.next()) {
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            const QTextCharFormat format = it.fragment().charFormat();
+            if (format.anchorHref().startsWith('#')) {
+                links.append(format.anchorHref().mid(1));
+            }
+            anchors.append(format.anchorNames());
+        }
+    }
+    EXPECT_GE(links.size(), 8) << "the table of contents";
+    for (const QString& link : links) {
+        EXPECT_TRUE(anchors.contains(link)) << link.toStdString();
+    }
+    delete window;
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 // space. Checked at the scale factor of the run; ctest runs the table again
 // at scale factor 2.
 #include "app/AppTestSupport.h"
+#include "app/widgets/RKHelpWindow.h"
 #include "app/widgets/RKTopWindow.h"
 #include "archive/widgets/RKProgressWindow.h"
 #include "preferences/widgets/RKPreferenceWindow.h"
@@ -183,6 +184,7 @@ INSTANTIATE_TEST_SUITE_P(
                           w.setMessage(QString::fromUtf16(u"保存先を選択して下さい。"));
                       });
                   }},
+        WindowRow{"HelpWindow", [](auto&, auto& owned) { return ownedDialog<RKHelpWindow>(owned); }},
         WindowRow{"DropWindow", [](TestAppDelegate& app, auto&) -> QWidget* { return app.window(); }}),
     [](const auto& info) { return std::string(info.param.name); });
 

@@ -1,23 +1,33 @@
 #include "app/widgets/RKHelpLauncher.h"
 
 #include "app/RKHelpPage.h"
+#include "app/widgets/RKHelpWindow.h"
+#include "platform/RKXdgOpen.h"
+#include "ui/RKErrorSheet.h"
+#include "ui/RKWindowPlacement.h"
 
-#include <QDesktopServices>
-#include <QMessageBox>
-#include <QPushButton>
+#include <QPointer>
 
 namespace {
 
-void alert(QWidget* parent, const QString& informativeText)
+QPointer<RKHelpWindow>& theHelpWindow()
 {
-    auto* box = new QMessageBox(parent);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setIcon(QMessageBox::Warning);
-    box->setText(QString::fromUtf16(u"エラー"));
-    box->setInformativeText(informativeText);
-    box->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
-    box->setWindowModality(parent != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
-    box->open();
+    static QPointer<RKHelpWindow> window;
+    return window;
+}
+
+void showInWindow(QWidget* parent, const QUrl& page)
+{
+    RKHelpWindow* window = theHelpWindow();
+    if (window == nullptr) {
+        window = new RKHelpWindow(parent != nullptr ? parent->window() : nullptr);
+        theHelpWindow() = window;
+        RKCentreOver(window, parent);
+    }
+    window->showPage(page);
+    window->show();
+    window->raise();
+    window->activateWindow();
 }
 
 } // namespace
@@ -26,12 +36,21 @@ bool RKHelpLauncher::openHelpPage(QWidget* parent)
 {
     const QUrl url = RKHelpPage::helpUrl();
     if (!url.isValid()) {
-        alert(parent, QString::fromUtf16(u"ヘルプページが見つかりません"));
+        RKShowErrorSheet(parent, QString::fromUtf16(u"ヘルプページが見つかりません"));
         return false;
     }
-    if (!QDesktopServices::openUrl(url)) {
-        alert(parent, QString::fromUtf16(u"ヘルプページを開けませんでした"));
-        return false;
-    }
+    QPointer<QWidget> guard(parent);
+    RKXdgOpen::open(url.toString(QUrl::FullyEncoded), [guard, parent, url](bool opened) {
+        if (opened) {
+            return;
+        }
+        // No browser took it (or xdg-open is missing): the page needs none.
+        showInWindow(guard ? parent : nullptr, url);
+    });
     return true;
+}
+
+RKHelpWindow* RKHelpLauncher::helpWindow()
+{
+    return theHelpWindow();
 }
