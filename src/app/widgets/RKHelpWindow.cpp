@@ -1,6 +1,6 @@
 #include "app/widgets/RKHelpWindow.h"
-#include "ui/RKWindowFit.h"
 
+#include "ui/RKWindowFit.h"
 
 #include <QDialogButtonBox>
 #include <QPushButton>

@@ -1,6 +1,6 @@
 #include "shortcut/widgets/SRAdditions.h"
-#include "ui/RKWindowFit.h"
 
+#include "ui/RKWindowFit.h"
 
 #include <QMessageBox>
 
