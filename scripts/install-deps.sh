@@ -12,6 +12,8 @@ PACKAGES=(
   qt6-translations-l10n
   libqt6dbus6 libqt6svg6 qt6-qpa-plugins qt6-wayland
   libquazip1-qt6-dev zlib1g-dev libdeflate-dev libbz2-dev liblzma-dev libicu-dev
+  # WinZip AES: key derivation, AES, HMAC
+  libssl-dev
   libx11-dev libxkbcommon-dev libxkbcommon-x11-dev libxcb1-dev libxcb-xkb-dev
   # Wayland key state (Qt's own connection), GNOME's key bindings, the keyring
   libwayland-dev qt6-base-private-dev libglib2.0-dev qtkeychain-qt6-dev libsecret-1-0

@@ -417,7 +417,9 @@ int RKCommandLine::runJob(const Options& options)
         RKTerminal::writeError(tr("mokuza: nothing was made\n"));
         return ExitErrors;
     }
-    return host.allDone() ? ExitDone : ExitErrors;
+    static_assert(RKCommandLineHost::EndingWrongPassword == ExitWrongPassword
+                  && RKCommandLineHost::EndingDamaged == ExitDamaged);
+    return host.allDone() ? ExitDone : host.failureStatus();
 }
 
 QString RKCommandLine::helpText()
@@ -467,9 +469,12 @@ QString RKCommandLine::helpText()
         "\n"
         "Exit status:\n"
         "  0    every archive done\n"
-        "  1    done, with errors (or something cancelled)\n"
+        "  1    done, with other errors (or something cancelled)\n"
         "  2    bad usage, unknown profile, none of the paths exists, or a question\n"
         "       with no terminal to answer it\n"
+        "  3    a password did not fit an encrypted archive (asked up to three times\n"
+        "       on a terminal)\n"
+        "  4    an archive is damaged: it does not open, or an entry fails its checks\n"
         "  130  interrupted (Ctrl-C); 128+N for signal N (143 SIGTERM, 129 SIGHUP)\n"
         "\n"
         "The settings are MOKUZA-FULL's: ~/.config/MOKUZA/MOKUZA-FULL.conf.\n"

@@ -20,6 +20,8 @@ public:
     static constexpr int ExitDone = 0;
     static constexpr int ExitErrors = 1;
     static constexpr int ExitUsage = 2;
+    static constexpr int ExitWrongPassword = 3;
+    static constexpr int ExitDamaged = 4;
 
     enum class Command { None, Help, Version, Profiles, Compress, Extract };
 

@@ -67,3 +67,11 @@ bool RKCommandLineHost::allDone() const
     }
     return true;
 }
+
+int RKCommandLineHost::failureStatus() const
+{
+    if (m_endings.contains(EndingWrongPassword)) {
+        return EndingWrongPassword;
+    }
+    return m_endings.contains(EndingDamaged) ? EndingDamaged : EndingErrors;
+}

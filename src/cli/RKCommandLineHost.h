@@ -39,9 +39,15 @@ public:
     Stop stopReason() const { return m_stop; }
     bool stopping() const override { return m_stop != Stop::None; }
 
+    // How a run ended; the failures have the exit status that tells them.
+    static constexpr int EndingCancelled = -1;
+    static constexpr int EndingDone = 0;
+    static constexpr int EndingErrors = 1;
+    static constexpr int EndingWrongPassword = 3;
+    static constexpr int EndingDamaged = 4;
+
     // The runners: how to cancel the run under way (empty: none), the
-    // archive it works on, and how each run ended (0 done, 1 with errors,
-    // -1 cancelled), in the order of the runs.
+    // archive it works on, and how each run ended, in the order of the runs.
     void setActiveRun(std::function<void()> cancel, const QString& archivePath = QString());
     QString activeArchive() const { return m_activeArchive; }
     void recordEnding(int code) { m_endings.append(code); }
@@ -52,6 +58,10 @@ public:
     // Whether every run ended without errors and without a cancel, and the
     // results hold no error of the job's own (a path that did not exist).
     bool allDone() const;
+    // The exit status of a job that was not all done: 3 when a run had a
+    // password that did not fit, else 4 when one found its archive damaged,
+    // else 1.
+    int failureStatus() const;
 
 private:
     RKTerminalProgress& m_progress;

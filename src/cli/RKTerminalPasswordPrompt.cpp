@@ -53,12 +53,14 @@ QString RKTerminalPasswordPrompt::showPasswordDialog(QObject*, const RKProfileSe
     }
 }
 
-QString RKTerminalPasswordPrompt::askUnArchivePassword(QObject*)
+QString RKTerminalPasswordPrompt::askUnArchivePassword(QObject*, const QString& archivePath,
+                                                       int attempt)
 {
     if (m_given) {
-        return *m_given;
+        // The line given answers once; it will not fit better a second time.
+        return attempt == 1 ? *m_given : QString();
     }
-    const QString archive = QFileInfo(m_host.activeArchive()).fileName();
+    const QString archive = QFileInfo(archivePath).fileName();
     if (!m_interactive) {
         RKTerminal::writeError(
             tr("mokuza: %1 is encrypted and there is no terminal to type its password on; "
@@ -68,8 +70,10 @@ QString RKTerminalPasswordPrompt::askUnArchivePassword(QObject*)
         return QString(QLatin1String(""));
     }
     for (;;) {
-        const std::optional<QString> typed =
-            RKTerminal::ask(tr("Password for %1: ").arg(archive), false);
+        const std::optional<QString> typed = RKTerminal::ask(
+            attempt == 1 ? tr("Password for %1: ").arg(archive)
+                         : tr("Wrong password. Password for %1 again: ").arg(archive),
+            false);
         if (!typed) {
             m_host.stop(RKCommandLineHost::Stop::Interrupted);
             return QString(QLatin1String(""));

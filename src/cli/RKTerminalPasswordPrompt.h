@@ -9,8 +9,8 @@
 class RKCommandLineHost;
 
 // The password windows of the command line: the line given on standard
-// input answers every question; otherwise the password is typed on the
-// terminal without echo. With neither, the question is refused and the job
+// input answers every first question; otherwise the password is typed on the
+// terminal without echo (an archive's again when it did not fit). With neither, the question is refused and the job
 // stopped, so that no archive is written without the password it was meant
 // to have. An empty password is never taken: the terminal asks again.
 // Main thread.
@@ -24,7 +24,8 @@ public:
 
     // Typed twice on a terminal, since nobody can read back what was typed.
     QString showPasswordDialog(QObject* window, const RKProfileSetting& profile) override;
-    QString askUnArchivePassword(QObject* runnerWindow) override;
+    QString askUnArchivePassword(QObject* runnerWindow, const QString& archivePath,
+                                 int attempt) override;
 
 private:
     static QString emptyPasswordMessage();

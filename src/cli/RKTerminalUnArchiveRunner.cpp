@@ -52,9 +52,24 @@ void RKTerminalUnArchiveRunner::changeProgress()
     m_progress.show(latest.value, latest.total, latest.fileName);
 }
 
+int RKTerminalUnArchiveRunner::endingOf(const QList<RQError>& errors)
+{
+    if (errors.isEmpty()) {
+        return RKCommandLineHost::EndingDone;
+    }
+    bool damage = false;
+    for (const RQError& error : errors) {
+        if (error.family() == RQError::Family::UnArchiver && error.code() == 7) {
+            return RKCommandLineHost::EndingWrongPassword;
+        }
+        damage = damage || error.isDamage();
+    }
+    return damage ? RKCommandLineHost::EndingDamaged : RKCommandLineHost::EndingErrors;
+}
+
 void RKTerminalUnArchiveRunner::runClosed()
 {
     m_progress.finish();
-    m_host.recordEnding(m_cancelled ? -1 : errors().isEmpty() ? 0 : 1);
+    m_host.recordEnding(m_cancelled ? RKCommandLineHost::EndingCancelled : endingOf(errors()));
     m_loop.quit();
 }

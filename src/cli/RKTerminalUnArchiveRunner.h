@@ -22,6 +22,11 @@ public:
                       const RKUnArchiveProfileSetting& profile,
                       const QString& destinationFolder) override;
 
+    // How a run with these errors ended (RKCommandLineHost's endings): a
+    // password that did not fit tells more than damage, damage more than
+    // the rest.
+    static int endingOf(const QList<RQError>& errors);
+
 protected:
     bool stopRequested() const override;
     void changeProgress() override;

@@ -665,27 +665,25 @@ bool RKStringEncoding::isKnown(quint64 encoding)
     return entryIndex(encoding) >= 0;
 }
 
-QString RKStringEncoding::precomposedStringWithCompatibilityMapping(const QString& text)
+namespace {
+
+QString normalized(const UNormalizer2* form, const QString& text)
 {
     UErrorCode status = U_ZERO_ERROR;
-    const UNormalizer2* nfkc = unorm2_getNFKCInstance(&status);
-    if (U_FAILURE(status)) {
-        return text;
-    }
     const auto length = static_cast<int32_t>(text.size());
-    if (unorm2_quickCheck(nfkc, uchars(text), length, &status) == UNORM_YES && U_SUCCESS(status)) {
+    if (unorm2_quickCheck(form, uchars(text), length, &status) == UNORM_YES && U_SUCCESS(status)) {
         return text;
     }
     status = U_ZERO_ERROR;
     int32_t capacity = length * 2 + 8;
     QString out(capacity, Qt::Uninitialized);
-    int32_t written = unorm2_normalize(nfkc, uchars(text), length, reinterpret_cast<UChar*>(out.data()),
+    int32_t written = unorm2_normalize(form, uchars(text), length, reinterpret_cast<UChar*>(out.data()),
                                        capacity, &status);
     if (status == U_BUFFER_OVERFLOW_ERROR) {
         capacity = written;
         out.resize(capacity);
         status = U_ZERO_ERROR;
-        written = unorm2_normalize(nfkc, uchars(text), length, reinterpret_cast<UChar*>(out.data()),
+        written = unorm2_normalize(form, uchars(text), length, reinterpret_cast<UChar*>(out.data()),
                                    capacity, &status);
     }
     if (U_FAILURE(status)) {
@@ -693,4 +691,32 @@ QString RKStringEncoding::precomposedStringWithCompatibilityMapping(const QStrin
     }
     out.resize(written);
     return out;
+}
+
+} // namespace
+
+QString RKStringEncoding::precomposedStringWithCompatibilityMapping(const QString& text)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const UNormalizer2* nfkc = unorm2_getNFKCInstance(&status);
+    return U_FAILURE(status) ? text : normalized(nfkc, text);
+}
+
+QString RKStringEncoding::precomposedStringWithCanonicalMapping(const QString& text)
+{
+    // Names of Latin letters, kana without marks and the like are left as
+    // they are without asking the normaliser: nothing below U+0300 composes.
+    bool plain = true;
+    for (const QChar c : text) {
+        if (c.unicode() >= 0x0300) {
+            plain = false;
+            break;
+        }
+    }
+    if (plain) {
+        return text;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    const UNormalizer2* nfc = unorm2_getNFCInstance(&status);
+    return U_FAILURE(status) ? text : normalized(nfc, text);
 }

@@ -43,4 +43,7 @@ public:
 
     // Unicode normalisation form KC (compatibility composition): "ｶﾞ" → "ガ".
     static QString precomposedStringWithCompatibilityMapping(const QString& text);
+    // Unicode normalisation form C (canonical composition): "か" + U+3099 →
+    // "が", as macOS names in decomposed form are typed on Linux.
+    static QString precomposedStringWithCanonicalMapping(const QString& text);
 };

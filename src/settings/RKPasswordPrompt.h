@@ -20,8 +20,12 @@ public:
     virtual QString showPasswordDialog(QObject* window, const RKProfileSetting& profile) = 0;
 
     // The password prompt of an encrypted archive, centred over the runner
-    // window. One attempt; returns the typed text (possibly empty).
-    virtual QString askUnArchivePassword(QObject* runnerWindow) = 0;
+    // window; it names the archive. attempt counts from 1; from the second
+    // on, the prompt says that the password typed before did not fit.
+    // Returns the typed text (possibly empty), or a null string when there
+    // is nobody to ask again (a password given once, not typed).
+    virtual QString askUnArchivePassword(QObject* runnerWindow, const QString& archivePath,
+                                         int attempt) = 0;
 
     static RKPasswordPrompt* current();
     // Not owned; nullptr removes it (then both prompts answer "").

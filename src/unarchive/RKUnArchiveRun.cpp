@@ -15,6 +15,9 @@ namespace {
 
 constexpr qint64 kUpdateSpacingMs = 30;
 
+// Tries at the password of an encrypted archive.
+constexpr int kPasswordAttempts = 3;
+
 // Of a run's share on the task bar, extraction takes this much and placement
 // the rest: placing is mostly renaming within one file system.
 constexpr double kExtractionShare = 0.9;
@@ -102,13 +105,27 @@ void RKUnArchiveRun::doUnArchive(const QString& archivePath,
     }
 
     if (unArchiver->isCrypted(m_archiveUrl)) {
+        // Asked again while the password does not fit, before anything is
+        // written; after the last attempt the run says which entries it
+        // could not decrypt.
         RKPasswordPrompt* prompt = RKPasswordPrompt::current();
-        const QString typed = prompt ? prompt->askUnArchivePassword(promptWindow()) : QString();
-        m_usedPassword = typed.isNull() ? QString(QLatin1String("")) : typed;
-        if (m_cancelRequested || stopRequested()) {
-            // Cancelled while the password was asked for: nothing is extracted.
-            postClose(Ending::Cancelled);
-            return;
+        for (int attempt = 1; attempt <= kPasswordAttempts; ++attempt) {
+            const QString typed =
+                prompt ? prompt->askUnArchivePassword(promptWindow(), m_archiveUrl, attempt)
+                       : QString();
+            if (m_cancelRequested || stopRequested()) {
+                // Cancelled while the password was asked for: nothing is extracted.
+                postClose(Ending::Cancelled);
+                return;
+            }
+            if (attempt > 1 && typed.isNull()) {
+                break; // nobody to ask again
+            }
+            m_usedPassword = typed.isNull() ? QString(QLatin1String("")) : typed;
+            if (attempt == kPasswordAttempts
+                || unArchiver->passwordFits(m_archiveUrl, m_usedPassword)) {
+                break;
+            }
         }
         unArchiver->unArchive(m_workingFolder.path(), m_usedPassword, m_archiveUrl,
                               m_profile.sourceEncoding);

@@ -57,6 +57,8 @@ QString unArchiverMessage(int code)
         return QStringLiteral("書庫に同じ名前の項目があるため、名前に番号を付けて取り出しました。");
     case 6:
         return QStringLiteral("リンク先が展開先のフォルダの外にあるため、リンクを作成しませんでした。");
+    case 7:
+        return QStringLiteral("パスワードが正しくありません。");
     case 999:
         return QStringLiteral("不明なエラー");
     default:
@@ -110,6 +112,13 @@ RQError RQError::initWithUnArchiverErrorCode(int code, const QString& filePath, 
 RQError RQError::initWithFileCopyUtilErrorCode(int code, const QString& filePath, int systemError)
 {
     return RQError(Family::FileCopy, code, filePath, systemError);
+}
+
+RQError RQError::asDamage() const
+{
+    RQError marked = *this;
+    marked.m_damage = true;
+    return marked;
 }
 
 QString RQError::domain() const

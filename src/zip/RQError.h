@@ -27,7 +27,7 @@ public:
     // Unarchiver family: 1 missing, 2 open/list failed, 3 entry failed,
     // 4 entry count of the end record differs from the directory, 5 entry
     // extracted under a numbered name, 6 link not made (its target leaves
-    // the destination), 999.
+    // the destination), 7 wrong password, 999.
     static RQError initWithUnArchiverErrorCode(int code, const QString& filePath,
                                                int systemError = 0);
     // File-copy family: 1 destination folder not made, 2 move failed.
@@ -57,6 +57,13 @@ public:
     // could: an extraction with only such errors is still placed.
     bool isReportOnly() const;
 
+    // True when the archive's data were found damaged (they do not open, do
+    // not decode or fail a check), whatever the code says: one code covers
+    // several causes, and only some of them are damage.
+    bool isDamage() const { return m_damage; }
+    // A copy marked as damage.
+    RQError asDamage() const;
+
     bool operator==(const RQError& other) const;
 
 private:
@@ -67,6 +74,7 @@ private:
     QString m_filePath;
     QString m_description;
     int m_systemError = 0;
+    bool m_damage = false;
 };
 
 Q_DECLARE_METATYPE(RQError)

@@ -105,8 +105,22 @@ bool RQUnZipArchiver::Private::unArchiveStart(Run& run)
         receiver->unArchiverArchiveProgress(q, index + 1, total, name);
     });
     if (!run.zip.UnzipFileTo64(run.basePath, index, true, run.encode)) {
-        raise(run, RQError::initWithUnArchiverErrorCode(
-                       run.zip.lastNameOutcome().linkLeftOut ? 6 : 3, name));
+        if (run.zip.lastNameOutcome().linkLeftOut) {
+            raise(run, RQError::initWithUnArchiverErrorCode(6, name));
+        } else {
+            switch (run.zip.lastFailure()) {
+            case ZipArchive::ReadFailure::WrongPassword:
+                raise(run, RQError::initWithUnArchiverErrorCode(7, name));
+                break;
+            case ZipArchive::ReadFailure::Damaged:
+                raise(run, RQError::initWithUnArchiverErrorCode(3, name).asDamage());
+                break;
+            case ZipArchive::ReadFailure::None:
+            case ZipArchive::ReadFailure::Other:
+                raise(run, RQError::initWithUnArchiverErrorCode(3, name));
+                break;
+            }
+        }
     } else if (run.zip.lastNameOutcome().numbered) {
         raise(run, RQError::initWithUnArchiverErrorCode(5, name));
     }
@@ -165,6 +179,17 @@ bool RQUnZipArchiver::isCrypted(const QString& archivePath)
     return crypted;
 }
 
+bool RQUnZipArchiver::passwordFits(const QString& archivePath, const QString& password)
+{
+    ZipArchive zip;
+    if (!zip.UnzipOpenFile(localPath(archivePath), password)) {
+        return true;
+    }
+    const bool fits = zip.passwordFits();
+    zip.UnzipCloseFile();
+    return fits;
+}
+
 void RQUnZipArchiver::unArchive(const QString& destination, const QString& password,
                                 const QString& archivePath, quint64 sourceEncoding)
 {
@@ -180,7 +205,7 @@ void RQUnZipArchiver::unArchive(const QString& destination, const QString& passw
     const bool opened = password.isEmpty() ? run->zip.UnzipOpenFile(archive)
                                            : run->zip.UnzipOpenFile(archive, password);
     if (!opened) {
-        d->raise(*run, RQError::initWithUnArchiverErrorCode(2, archive));
+        d->raise(*run, RQError::initWithUnArchiverErrorCode(2, archive).asDamage());
         d->finish(*run, archive);
         return;
     }
@@ -208,10 +233,16 @@ void RQUnZipArchiver::unArchive(const QString& destination, const QString& passw
     d->notify([&](RQUnZipArchiverDelegate* receiver) {
         receiver->unArchiverArchiveStarted(this, total);
     });
-    if (run->zip.declaredNumFiles() != quint64(total)) {
+    // Writers without ZIP64 let the 16-bit count wrap past 65,535 entries:
+    // a walk that finds the stated count plus whole multiples of 65,536
+    // found what was written.
+    const quint64 declared = run->zip.declaredNumFiles();
+    const quint64 found = quint64(total);
+    const bool wrapped = declared <= 0xFFFF && found > declared && (found - declared) % 0x10000 == 0;
+    if (declared != found && !wrapped) {
         // Every entry found is still extracted; the run reports that the
         // archive is not what its end record says.
-        d->raise(*run, RQError::initWithUnArchiverErrorCode(4, archive));
+        d->raise(*run, RQError::initWithUnArchiverErrorCode(4, archive).asDamage());
     }
     Private* p = d.get();
     d->worker.post([p, run] { p->runSteps(run); });

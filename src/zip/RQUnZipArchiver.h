@@ -12,15 +12,20 @@
 // turning failures into unarchiver-family RQErrors:
 //   2   the archive cannot be opened or listed (path = the archive);
 //   3   one entry could not be extracted (path = the entry name as listed):
-//       damaged, or of a method or encryption the engine does not read, or
-//       overlapping another entry's data; the run goes on with the next;
+//       damaged (marked isDamage()), or of a method or encryption the engine
+//       does not read, or refused, or not writable; the run goes on;
 //   4   the end record's entry count differs from the records of the
-//       central directory (path = the archive); every record is extracted;
+//       central directory (path = the archive), other than by a wrapped
+//       16-bit count; every record is extracted;
 //   5   an entry landed on the path of an earlier one and was extracted
 //       under a numbered name (path = the entry name as listed);
 //   6   a link entry whose target leaves the destination was not made
 //       (path = the entry name as listed);
+//   7   the password does not fit one entry (path = the entry name as
+//       listed): the check byte or AES verifier refuses it; nothing is
+//       written for it, and entries that are not encrypted are extracted;
 //   999 an unexpected failure (path = the archive), which ends the run.
+// Codes 2 (when the archive does not open) and 4 are marked isDamage().
 // Nothing is ever written outside the destination folder: entries with an
 // absolute name or a ".." component fail with code 3. Codes 5 and 6 leave
 // every other entry in place (RQError::isReportOnly).
@@ -40,6 +45,11 @@ public:
     // True when the archive holds an encrypted entry; false when it cannot be
     // opened. Synchronous.
     bool isCrypted(const QString& archivePath);
+
+    // Whether the password fits the encrypted entries of the archive (see
+    // ZipArchive::passwordFits); true when the archive cannot be opened, so
+    // that the run reports that. Synchronous.
+    bool passwordFits(const QString& archivePath, const QString& password);
 
     // Starts a run: destination folder (made as needed), password (null or ""
     // for none), archive, encoding value for entry names. Opening and listing

@@ -29,6 +29,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <mutex>
@@ -285,6 +286,8 @@ QString readFailure(ZipEntryReader::Result result, quint16 method)
         return QStringLiteral("Wrong password");
     case ZipEntryReader::Result::CrcMismatch:
         return QStringLiteral("file was unzipped but failed crc check");
+    case ZipEntryReader::Result::AuthenticationFailed:
+        return QStringLiteral("file was unzipped but failed authentication check");
     case ZipEntryReader::Result::SinkFailed:
         return QStringLiteral("Failed to write output file");
     case ZipEntryReader::Result::Ok:
@@ -293,6 +296,15 @@ QString readFailure(ZipEntryReader::Result result, quint16 method)
         break;
     }
     return QStringLiteral("Failed to read zip file");
+}
+
+ZipArchive::ReadFailure failureOf(ZipEntryReader::Result result)
+{
+    if (result == ZipEntryReader::Result::WrongPassword) {
+        return ZipArchive::ReadFailure::WrongPassword;
+    }
+    return ZipEntryReader::isDamage(result) ? ZipArchive::ReadFailure::Damaged
+                                            : ZipArchive::ReadFailure::Other;
 }
 
 } // namespace
@@ -339,6 +351,7 @@ struct ZipArchive::Private {
     bool listedValid = false;
     // The password form the last encrypted entry took; tried first.
     QByteArray fittingPassword;
+    ReadFailure lastFailure = ReadFailure::None;
     // Where the entries went, below claimsRoot.
     ZipExtractedPaths extractedPaths;
     QString claimsRoot;
@@ -358,6 +371,7 @@ struct ZipArchive::Private {
     // Patches "made by" of the ZIP64 entries in the closed archive at fd.
     bool markMadeByUnix(int fd, qint64 size);
     std::optional<QString> entryName(const ZipCentralRecord& record, quint64 encoding) const;
+    quint64 namesEncoding(quint64 encoding) const;
     std::optional<QString> linkTargetText(const ZipCentralRecord& record, const QByteArray& target,
                                           quint64 encoding) const;
     std::optional<time_t> modificationTime(const ZipCentralRecord& record) const;
@@ -916,6 +930,32 @@ std::optional<time_t> ZipArchive::Private::modificationTime(const ZipCentralReco
     return std::nullopt;
 }
 
+quint64 ZipArchive::Private::namesEncoding(quint64 encoding) const
+{
+    // Decided once per archive. Tools that write UTF-8 without saying so
+    // (Info-ZIP on Linux and macOS) make archives whose names are all valid
+    // UTF-8; read name by name, those that happen to be valid Shift-JIS as
+    // well (ソフト) would come out garbled beside the others.
+    if (encoding == kUtf8) {
+        return encoding;
+    }
+    bool notAscii = false;
+    for (const ZipCentralRecord& record : directory.records()) {
+        if ((record.flag & kUtf8Flag) || directory.unicodePath(record)) {
+            continue;
+        }
+        const QByteArrayView stored = directory.name(record);
+        if (std::all_of(stored.begin(), stored.end(), [](char c) { return quint8(c) < 0x80; })) {
+            continue;
+        }
+        if (!RKStringEncoding::decode(stored.toByteArray(), kUtf8)) {
+            return encoding;
+        }
+        notAscii = true;
+    }
+    return notAscii ? kUtf8 : encoding;
+}
+
 bool ZipArchive::Private::list(quint64 encoding)
 {
     listed.clear();
@@ -927,8 +967,9 @@ bool ZipArchive::Private::list(quint64 encoding)
     firstOfKey.reserve(records.size());
     QHash<QByteArray, qsizetype> firstByKey;
     firstByKey.reserve(qsizetype(records.size()));
+    const quint64 names = namesEncoding(encoding);
     for (const ZipCentralRecord& record : records) {
-        std::optional<QString> name = entryName(record, encoding);
+        std::optional<QString> name = entryName(record, names);
         if (!name) {
             listed.clear();
             firstOfKey.clear();
@@ -1022,6 +1063,37 @@ bool ZipArchive::isCrypted()
     return false;
 }
 
+bool ZipArchive::passwordFits()
+{
+    // One check byte says little (one wrong password in 256 passes it), so
+    // several entries are asked; an AES verifier fails all but one in 65,536.
+    constexpr int kEntriesChecked = 8;
+    if (d->readFd < 0) {
+        return true;
+    }
+    const QList<QByteArray> passwords = d->passwordForms();
+    int checked = 0;
+    for (const ZipCentralRecord& record : d->directory.records()) {
+        if (!(record.flag & 1)) {
+            continue;
+        }
+        const ZipEntryReader::Result result =
+            d->entryReader.open(d->readFd, d->directory, record, passwords);
+        if (result == ZipEntryReader::Result::WrongPassword) {
+            return false;
+        }
+        if (result == ZipEntryReader::Result::Ok && ++checked == kEntriesChecked) {
+            break;
+        }
+    }
+    return true;
+}
+
+ZipArchive::ReadFailure ZipArchive::lastFailure() const
+{
+    return d->lastFailure;
+}
+
 std::optional<QStringList> ZipArchive::getZipFileContents64(quint64 encoding)
 {
     if (d->readFd < 0) {
@@ -1063,6 +1135,7 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
         d->list(encoding);
     }
     d->nameOutcome = ZipNameOutcome {};
+    d->lastFailure = ReadFailure::Other;
     if (!d->listedValid || index < 0 || index >= d->listed.size()) {
         OutputErrorMessage(QStringLiteral("Failed"));
         return false;
@@ -1092,6 +1165,7 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
             d->entryReader.open(d->readFd, d->directory, record, passwords);
         if (opened != ZipEntryReader::Result::Ok) {
             OutputErrorMessage(readFailure(opened, record.method));
+            d->lastFailure = failureOf(opened);
             return false;
         }
         if (d->entryReader.passwordIndex() >= 0) {
@@ -1115,6 +1189,7 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
             OutputErrorMessage(result == ZipEntryReader::Result::Ok
                                    ? QStringLiteral("Link target does not decode")
                                    : readFailure(result, record.method));
+            d->lastFailure = failureOf(result);
             return false;
         }
         if (!linkStaysInside(*target, components->size() - 1)) {
@@ -1156,10 +1231,12 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
         if (!placed.folders.isEmpty() && (mode || modified)) {
             d->pendingFolders.push_back({ placed.folders, mode, modified });
         }
+        d->lastFailure = ReadFailure::None;
         return true;
     }
     if (!overWrite && folderFd >= 0 && ZipOutputFolder::exists(folderFd, placed.leaf)
         && !OverWrite(outputPath)) {
+        d->lastFailure = ReadFailure::None;
         return true;
     }
     if (isLink) {
@@ -1173,6 +1250,7 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
             ::utimensat(folderFd, QFile::encodeName(placed.leaf).constData(), times,
                         AT_SYMLINK_NOFOLLOW);
         }
+        d->lastFailure = ReadFailure::None;
         return true;
     }
     // The mode of a Unix maker through the umask, never setuid, setgid or
@@ -1220,8 +1298,10 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
     }
     if (result != ZipEntryReader::Result::Ok) {
         OutputErrorMessage(readFailure(result, record.method));
+        d->lastFailure = failureOf(result);
         return false;
     }
+    d->lastFailure = ReadFailure::None;
     return true;
 }
 

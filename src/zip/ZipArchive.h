@@ -147,24 +147,36 @@ public:
     // True when any entry is encrypted.
     bool isCrypted();
 
+    // Whether the password given at opening fits the archive, asked before
+    // anything is written: false when one of the first eight encrypted
+    // entries that can be checked refuses it (the check byte of traditional
+    // encryption, the verifier of AES); true when none refuses it, and when
+    // nothing is open or nothing is encrypted.
+    bool passwordFits();
+
     // Entry names in central-directory order, one per record ("\" shown as
     // "/", folders end in "/"). A name is read as UTF-8 when it carries the
-    // UTF-8 flag or an Info-ZIP Unicode Path field that matches it, and when
-    // it is not valid in the encoding but is valid UTF-8. nullopt when a
-    // name decodes neither way.
+    // UTF-8 flag or an Info-ZIP Unicode Path field that matches it. The other
+    // names are all read as UTF-8 when each of them is valid UTF-8 and one at
+    // least is not ASCII (what tools that write UTF-8 without the flag make);
+    // otherwise in the encoding, a name that is not valid there but is valid
+    // UTF-8 as UTF-8. nullopt when a name decodes neither way.
     std::optional<QStringList> getZipFileContents64(quint64 encoding);
 
     // Extracts the entry at position index of the listing below the folder
     // path. Never writes outside that folder: absolute
     // names and ".." components are refused, and no existing symbolic link is
-    // followed. No (and a text to the delegate) for an entry whose method or
-    // encryption is not supported (methods 0, 8, 9, 12, 14 and traditional
-    // encryption are), whose data overlap another entry's, whose local header
-    // does not match its central record, whose password does not fit, or
-    // whose data are damaged; nothing is written for these but the last.
+    // followed. No (and a text to the delegate, and lastFailure() set) for an
+    // entry whose method or encryption is not supported (methods 0, 8, 9, 12,
+    // 14, traditional encryption and WinZip AES are), whose data overlap
+    // another entry's, whose local header does not match its central record,
+    // whose password does not fit, or whose data are damaged (they do not
+    // decode, or fail the CRC or the AES authentication code); nothing is
+    // written for these but the last.
     //
-    // The path is decided by ZipExtractedPaths: an entry whose path an
-    // earlier entry of this archive took is written under a numbered name
+    // The path is decided by ZipExtractedPaths, on the listed name in
+    // composed form (NFC): an entry whose path an earlier entry of this
+    // archive took is written under a numbered name
     // (lastNameOutcome().numbered). From a Unix or macOS maker, a file gets
     // the stored permission bits through the umask (never setuid, setgid or
     // sticky), and a link entry becomes a symbolic link when its target stays
@@ -185,6 +197,14 @@ public:
     // movable); deepest first, as making files in a folder changes its time.
     // Nothing is reported. UnzipCloseFile does it too.
     void finishFolders();
+
+    // Why the last UnzipFileTo64 answered no: a password that does not fit
+    // the entry, damaged data (also a local header or data range that does
+    // not fit the directory), or anything else (a method not read here, a
+    // name leading outside, an output that cannot be written). None after a
+    // yes.
+    enum class ReadFailure { None, WrongPassword, Damaged, Other };
+    ReadFailure lastFailure() const;
 
     bool UnzipCloseFile();
 

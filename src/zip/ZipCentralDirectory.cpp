@@ -52,6 +52,24 @@ void applyZip64(ZipCentralRecord& record, const char* extra, quint16 length)
     }
 }
 
+// The WinZip AES field (0x9901): vendor version, "AE", strength, method.
+void applyAes(ZipCentralRecord& record, const char* extra, quint16 length)
+{
+    for (int at = 0; at + 4 <= length;) {
+        const int size = u16(extra + at + 2);
+        if (at + 4 + size > length) {
+            return;
+        }
+        if (u16(extra + at) == 0x9901 && size >= 7 && extra[at + 6] == 'A' && extra[at + 7] == 'E') {
+            record.aesVersion = u16(extra + at + 4);
+            record.aesStrength = quint8(extra[at + 8]);
+            record.aesMethod = u16(extra + at + 9);
+            return;
+        }
+        at += 4 + size;
+    }
+}
+
 } // namespace
 
 void ZipCentralDirectory::clear()
@@ -231,6 +249,9 @@ bool ZipCentralDirectory::walk(int fd, qint64 start, qint64 end, qint64 prefix)
             return false;
         }
         applyZip64(record, bytes + record.extraOffset, record.extraLength);
+        if (record.method == 99) {
+            applyAes(record, bytes + record.extraOffset, record.extraLength);
+        }
         record.localHeaderOffset += quint64(prefix);
         m_records.push_back(record);
         at = next;

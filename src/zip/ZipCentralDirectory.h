@@ -30,6 +30,12 @@ struct ZipCentralRecord {
     // The entry's data range runs into another entry's (a zip bomb
     // construction); it is never read.
     bool overlaps = false;
+    // From a WinZip AES extra field (0x9901), for method 99: the vendor
+    // version (1 AE-1, 2 AE-2), the key strength (1, 2, 3 for 128, 192,
+    // 256 bits; 0 when there is no such field) and the method of the data.
+    quint16 aesVersion = 0;
+    quint8 aesStrength = 0;
+    quint16 aesMethod = 0;
 };
 
 // The central directory of an archive, walked by its size and offset rather

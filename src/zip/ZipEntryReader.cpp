@@ -1,5 +1,6 @@
 #include "zip/ZipEntryReader.h"
 
+#include "zip/ZipAesDecrypter.h"
 #include "zip/ZipFileIo.h"
 #include "zip/ZipInflate64.h"
 
@@ -19,6 +20,7 @@ namespace {
 
 constexpr qint64 kLocalHeaderSize = 30;
 constexpr qint64 kEncryptionHeaderSize = 12;
+constexpr quint16 kAesMethod = 99;
 constexpr qint64 kInputSize = 64 * 1024;
 constexpr qint64 kOutputSize = 64 * 1024;
 // The largest LZMA dictionary an entry may ask for: 7-Zip's own settings stay
@@ -70,9 +72,13 @@ private:
 struct ZipEntryReader::Private {
     int fd = -1;
     ZipCentralRecord record;
+    quint16 method = 0;    // of the data once decrypted
     qint64 position = 0;  // next compressed byte to read
     quint64 remaining = 0; // compressed bytes left
     std::optional<TraditionalKeys> keys;
+    std::unique_ptr<ZipAesDecrypter> aes;
+    bool aesActive = false;
+    qint64 codePosition = 0; // of the AES authentication code
     std::vector<char> input = std::vector<char>(size_t(kInputSize));
     std::vector<char> output = std::vector<char>(size_t(kOutputSize));
     z_stream inflater {};
@@ -112,6 +118,8 @@ qint64 ZipEntryReader::Private::fill()
     }
     if (keys) {
         keys->decrypt(input.data(), wanted);
+    } else if (aesActive) {
+        aes->decrypt(input.data(), wanted);
     }
     position += wanted;
     remaining -= quint64(wanted);
@@ -348,11 +356,17 @@ ZipEntryReader::Result ZipEntryReader::open(int fd, const ZipCentralDirectory& d
     d->fd = fd;
     d->record = record;
     d->keys.reset();
+    d->aesActive = false;
     const bool encrypted = record.flag & 0x0001;
-    if (encrypted && ((record.flag & 0x0040) || record.method == 99)) {
+    const bool aes = record.method == kAesMethod;
+    if (encrypted && (record.flag & 0x0040)) {
         return Result::UnsupportedEncryption;
     }
-    switch (record.method) {
+    if (aes && (!encrypted || ZipAesDecrypter::saltSize(record.aesStrength) == 0)) {
+        return Result::Damaged; // method 99 without its field, or not encrypted
+    }
+    d->method = aes ? record.aesMethod : record.method;
+    switch (d->method) {
     case 0:
     case 8:
     case 9:
@@ -389,6 +403,9 @@ ZipEntryReader::Result ZipEntryReader::open(int fd, const ZipCentralDirectory& d
         return Result::Overlaps;
     }
 
+    if (aes) {
+        return openAes(passwords);
+    }
     if (encrypted) {
         if (d->remaining < quint64(kEncryptionHeaderSize)) {
             return Result::Damaged;
@@ -421,6 +438,58 @@ ZipEntryReader::Result ZipEntryReader::open(int fd, const ZipCentralDirectory& d
     return Result::Ok;
 }
 
+ZipEntryReader::Result ZipEntryReader::openAes(const QList<QByteArray>& passwords)
+{
+    // Salt and verifier before the data, the authentication code after.
+    const qint64 saltSize = ZipAesDecrypter::saltSize(d->record.aesStrength);
+    const qint64 headerSize = saltSize + ZipAesDecrypter::kVerifierSize;
+    if (d->remaining < quint64(headerSize + ZipAesDecrypter::kCodeSize)) {
+        return Result::Damaged;
+    }
+    char header[16 + ZipAesDecrypter::kVerifierSize];
+    if (ZipFileIo::preadFully(d->fd, header, headerSize, d->position) != headerSize) {
+        return Result::ReadFailed;
+    }
+    if (!d->aes) {
+        d->aes = std::make_unique<ZipAesDecrypter>();
+    }
+    const QByteArrayView salt(header, saltSize);
+    const QByteArrayView verifier(header + saltSize, ZipAesDecrypter::kVerifierSize);
+    for (qsizetype i = 0; i < passwords.size() && m_passwordIndex < 0; ++i) {
+        if (d->aes->begin(d->record.aesStrength, passwords.at(i), salt, verifier)) {
+            m_passwordIndex = int(i);
+        }
+    }
+    if (m_passwordIndex < 0) {
+        return Result::WrongPassword;
+    }
+    d->aesActive = true;
+    d->position += headerSize;
+    d->remaining -= quint64(headerSize + ZipAesDecrypter::kCodeSize);
+    d->codePosition = d->position + qint64(d->remaining);
+    return Result::Ok;
+}
+
+bool ZipEntryReader::isDamage(Result result)
+{
+    switch (result) {
+    case Result::Overlaps:
+    case Result::BadLocalHeader:
+    case Result::ReadFailed:
+    case Result::Damaged:
+    case Result::CrcMismatch:
+    case Result::AuthenticationFailed:
+        return true;
+    case Result::Ok:
+    case Result::UnsupportedMethod:
+    case Result::UnsupportedEncryption:
+    case Result::WrongPassword:
+    case Result::SinkFailed:
+        break;
+    }
+    return false;
+}
+
 ZipEntryReader::Result ZipEntryReader::read(const Sink& sink)
 {
     quint64 produced = 0;
@@ -441,7 +510,7 @@ ZipEntryReader::Result ZipEntryReader::read(const Sink& sink)
         return sink(data, size);
     };
     Result result = Result::Damaged;
-    switch (d->record.method) {
+    switch (d->method) {
     case 0:
         result = d->stored(counted);
         break;
@@ -466,8 +535,26 @@ ZipEntryReader::Result ZipEntryReader::read(const Sink& sink)
     if (result != Result::Ok) {
         return result;
     }
+    if (d->aesActive) {
+        // The code covers every encrypted byte, also those after the end of
+        // a compressed stream.
+        while (d->remaining > 0) {
+            if (d->fill() < 0) {
+                return Result::ReadFailed;
+            }
+        }
+        char code[ZipAesDecrypter::kCodeSize];
+        if (ZipFileIo::preadFully(d->fd, code, sizeof code, d->codePosition) != qint64(sizeof code)) {
+            return Result::ReadFailed;
+        }
+        if (!d->aes->authenticates(QByteArrayView(code, sizeof code))) {
+            return Result::AuthenticationFailed;
+        }
+    }
     if (produced != expected) {
         return Result::Damaged;
     }
-    return quint32(crc) == d->record.crc ? Result::Ok : Result::CrcMismatch;
+    // AE-2 stores no CRC: the authentication code stands in for it.
+    const bool crcStored = !d->aesActive || d->record.aesVersion != 2;
+    return !crcStored || quint32(crc) == d->record.crc ? Result::Ok : Result::CrcMismatch;
 }

@@ -1,5 +1,6 @@
 #include "zip/ZipExtractedPaths.h"
 
+#include "platform/RKStringEncoding.h"
 #include "zip/ZipNumberedName.h"
 
 void ZipExtractedPaths::clear()
@@ -58,9 +59,16 @@ QStringList ZipExtractedPaths::folderPath(const QStringList& components, qsizety
     return actual;
 }
 
-ZipExtractedPaths::Path ZipExtractedPaths::claim(const QStringList& components, bool isFolder,
+ZipExtractedPaths::Path ZipExtractedPaths::claim(const QStringList& named, bool isFolder,
                                                  qsizetype entry)
 {
+    // Names are extracted in composed form (NFC): macOS stores them
+    // decomposed, and such names look right but match no name typed on
+    // Linux. Two entries that meet only once composed are numbered as any.
+    QStringList components = named;
+    for (QString& component : components) {
+        component = RKStringEncoding::precomposedStringWithCanonicalMapping(component);
+    }
     Path path;
     const qsizetype folderCount = isFolder ? components.size() : components.size() - 1;
     path.folders = folderPath(components, folderCount, &path.numbered);

@@ -25,8 +25,9 @@ public:
     void clear();
 
     // The path of the entry at position entry of the directory, named by
-    // components (safe, relative; for a file the last one is its own name).
-    // The same entry asked again gets the path it got the first time.
+    // components (safe, relative; for a file the last one is its own name),
+    // in composed form (NFC). The same entry asked again gets the path it got
+    // the first time.
     Path claim(const QStringList& components, bool isFolder, qsizetype entry);
 
 private:

@@ -271,17 +271,23 @@ struct PasswordCase {
     int exit;
     const char* text;  // on standard output, or standard error for exit 2
     bool placed;
+    bool damaged = false; // the stated CRC of secret/a.txt changed
 };
 
 class Password : public CommandLine, public ::testing::WithParamInterface<PasswordCase> {};
 
 // An archive encrypted by Info-ZIP: one attempt with the given password; a
-// wrong one places nothing and lists the entries that failed.
+// wrong one (exit 3) or damage (exit 4) places nothing and names the entries.
 TEST_P(Password, ExtractEncrypted)
 {
     const PasswordCase& c = GetParam();
     makeFiles({"secret/a.txt", "secret/b.txt"});
     ASSERT_EQ(TestEnvironment::run("zip", {"-qr", "-P", "right", "enc.zip", "secret"}, dir.path()).exitCode, 0);
+    if (c.damaged) {
+        python("d = bytearray(open('enc.zip', 'rb').read())\n"
+               "d[d.index(b'secret/a.txt', d.index(b'PK\\x01\\x02')) - 46 + 16] ^= 1\n"
+               "open('enc.zip', 'wb').write(d)\n");
+    }
     QStringList arguments{"extract", "--profile", "Mac To Mac", "--dest", "out", "enc.zip"};
     if (c.input) {
         arguments.insert(1, "--password-stdin");
@@ -307,7 +313,9 @@ INSTANTIATE_TEST_SUITE_P(
     Table, Password,
     ::testing::Values(
         PasswordCase{"Right", "right\n", 0, "  status: done\n", true},
-        PasswordCase{"Wrong", "wrong\n", 1, "  status: done with errors\n  errors (", false},
+        // Each entry's check byte lets a wrong password through once in 256: the code of one entry is enough.
+        PasswordCase{"WrongIsExitThree", "wrong\n", 3, ": パスワードが正しくありません。\n", false},
+        PasswordCase{"DamagedIsExitFour", "right\n", 4, "    [3] secret/a.txt: 書庫からのファイル取り出しに失敗しました。\n", false, true},
         PasswordCase{"NoTerminalNoInput", nullptr, 2, "enc.zip is encrypted", false},
         PasswordCase{"EmptyLine", "\n", 2, "--password-stdin: the password is empty", false}),
     [](const auto& info) { return std::string(info.param.name); });

@@ -47,7 +47,7 @@ diff -u "$work/expected" "$work/files" || fail "the package's files differ from 
 
 # Depends: computed from the linked libraries, plus the plug-ins named by hand.
 depends=$(dpkg-deb -f "$deb" Depends)
-for package in libqt6core6 libqt6widgets6 libqt6dbus6 libquazip1-qt6-1 libicu72 libdeflate0 \
+for package in libqt6core6 libqt6widgets6 libqt6dbus6 libquazip1-qt6-1 libicu72 libdeflate0 libssl3 \
                qt6-qpa-plugins libqt6svg6 qt6-translations-l10n; do
   grep -qE "(^|, )$package( |,|$)" <<<"$depends" || fail "Depends lacks $package: $depends"
 done

@@ -63,7 +63,7 @@ public:
         asked.append(profile.profileID);
         return QStringLiteral("typed");
     }
-    QString askUnArchivePassword(QObject*) override { return QString(); }
+    QString askUnArchivePassword(QObject*, const QString&, int) override { return QString(); }
 };
 
 // passMode 0 (and a value outside the table) gives no password even with a

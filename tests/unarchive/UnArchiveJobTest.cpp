@@ -26,6 +26,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLabel>
+#include <QPointer>
 #include <QProcess>
 #include <QPushButton>
 #include <QRandomGenerator>
@@ -59,12 +60,13 @@ class UnArchiveRunTest : public UnArchiveTest
 protected:
     UnArchiveRunTest() { services.host.unArchiveRunner = &runner; }
 
-    // Archives a.txt, d/ and d/b.txt (content "data") with Info-ZIP.
-    QString makeArchive(const QString& path, const QStringList& options = {})
+    // Archives a.txt, d/ and d/b.txt (content "data") with Info-ZIP, or 7-Zip.
+    QString makeArchive(const QString& path, const QStringList& options = {}, const QString& program = "zip")
     {
         makeTree(in("content"), {"a.txt", "d/", "d/b.txt"}, "data");
         QDir().mkpath(QFileInfo(path).absolutePath());
-        runTool("zip", QStringList{"-r", "-q"} + options + QStringList{path, "a.txt", "d"}, in("content"));
+        const QStringList command = program == "zip" ? QStringList{"-r", "-q"} : QStringList{"a", "-tzip", "-bd"};
+        runTool(program, command + options + QStringList{path, "a.txt", "d"}, in("content"));
         return path;
     }
     // Starts the job and turns the event loop until it emitted finished(); how often it did.
@@ -106,23 +108,31 @@ const QStringList kPlaced{"secret/", "secret/a.txt=data", "secret/d/", "secret/d
 
 struct PasswordCase {
     const char* name;
-    const char* typed; // nullptr: the archive has no password
+    QStringList typed; // the answers, in order; none: the archive has no password
     bool placed;
 };
 
 class PasswordTest : public UnArchiveRunTest, public ::testing::WithParamInterface<PasswordCase> {};
 
-TEST_P(PasswordTest, OnePromptThenPlacedOrErrors)
+// Asked again, naming the archive, while the password does not fit, three times at most; after
+// that the entries it does not fit are named (the folder entry of zip -P is not encrypted).
+TEST_P(PasswordTest, AskedAgainUntilItFitsThenPlacedOrErrors)
 {
     const PasswordCase& c = GetParam();
-    const QString archive = makeArchive(in("secret.zip"), c.typed ? QStringList{"-P", "s3cret"} : QStringList{});
+    const bool encrypted = !c.typed.isEmpty();
+    // AES: a wrong password passes its verifier once in 65,536 (the check byte of zip -P once in 256).
+    const QString archive = encrypted ? makeArchive(in("secret.zip"), {"-mem=AES256", "-ps3cret"}, "7z") : makeArchive(in("secret.zip"));
     freezeInputs();
-    services.passwords.unArchiveAnswers = {c.typed ? c.typed : "unused"};
+    services.passwords.unArchiveAnswers = c.typed;
 
     runner.runUnArchive(nullptr, archive, profile(1), out());
 
-    EXPECT_EQ(services.passwords.unArchivePromptCount, c.typed ? 1 : 0) << "one attempt only";
-    EXPECT_EQ(runner.usedPassword(), c.typed ? QString(c.typed) : QString());
+    QStringList prompts;
+    for (qsizetype i = 0; i < c.typed.size(); ++i) {
+        prompts << QString("%1 %2").arg(archive).arg(i + 1);
+    }
+    EXPECT_EQ(services.passwords.unArchivePrompts, prompts);
+    EXPECT_EQ(runner.usedPassword(), encrypted ? c.typed.last() : QString());
     EXPECT_FALSE(runner.isVisible());
     if (c.placed) {
         EXPECT_EQ(snapshot(out()), kPlaced);
@@ -131,15 +141,19 @@ TEST_P(PasswordTest, OnePromptThenPlacedOrErrors)
         EXPECT_EQ(runner.windowTitle(), "コピー中 - 100.0%");
     } else {
         EXPECT_EQ(snapshot(out()), QStringList{}) << "nothing placed";
-        EXPECT_FALSE(runner.errors().isEmpty());
-        EXPECT_EQ(runner.errors().value(0).family(), RQError::Family::UnArchiver);
+        QStringList errors;
+        for (const RQError& error : runner.errors()) {
+            errors << QString("%1 %2 %3").arg(error.code()).arg(error.localizedRecoverySuggestion(), error.localizedDescription());
+        }
+        EXPECT_EQ(errors, QStringList({"7 a.txt パスワードが正しくありません。", "7 d/b.txt パスワードが正しくありません。"}));
         EXPECT_EQ(notices(), QStringList{"MOKUZA-FULL | " + archive + " | 解凍が完了しましたが、エラーがあります"});
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Password, PasswordTest,
-                         ::testing::Values(PasswordCase{"NoPassword", nullptr, true}, PasswordCase{"Right", "s3cret", true},
-                                           PasswordCase{"Wrong", "wrong", false}, PasswordCase{"Empty", "", false}),
+                         ::testing::Values(PasswordCase{"NoPassword", {}, true}, PasswordCase{"Right", {"s3cret"}, true},
+                                           PasswordCase{"WrongThenRight", {"wrong", "s3cret"}, true},
+                                           PasswordCase{"WrongEmptyWrong", {"wrong", "", "wrong"}, false}),
                          [](const auto& info) { return std::string(info.param.name); });
 
 // Two entries of one path, a link inside and one leading out (as zip -y writes them): the second entry arrives
@@ -170,31 +184,34 @@ TEST_F(UnArchiveRunTest, NumberedEntriesAndLinksLeftOutAreReportedAndTheRestPlac
     EXPECT_EQ(notices(), QStringList{"MOKUZA-FULL | " + archive + " | 解凍が完了しましたが、エラーがあります"});
 }
 
-TEST_F(UnArchiveRunTest, RealPromptIsCentredMaskedAndItsButtonAccepts)
+TEST_F(UnArchiveRunTest, RealPromptNamesTheArchiveIsCentredMaskedAndAsksAgain)
 {
     const QString archive = makeArchive(in("secret.zip"), {"-P", "s3cret"});
     struct WindowPrompt : RKPasswordPrompt {
         QString showPasswordDialog(QObject*, const RKProfileSetting&) override { return {}; }
-        QString askUnArchivePassword(QObject* runnerWindow) override
+        QString askUnArchivePassword(QObject* runnerWindow, const QString& archivePath, int attempt) override
         {
-            return RKUnArchivePasswordWindow::runModal(qobject_cast<QWidget*>(runnerWindow));
+            return RKUnArchivePasswordWindow::runModal(qobject_cast<QWidget*>(runnerWindow), archivePath, attempt > 1);
         }
     } prompt;
     RKPasswordPrompt::setCurrent(&prompt);
-    bool answered = false;
+    QStringList messages;
+    QPointer<QWidget> answered;
     QTimer driver;
     QObject::connect(&driver, &QTimer::timeout, [&] {
         auto* window = qobject_cast<RKUnArchivePasswordWindow*>(QApplication::activeModalWidget());
-        if (!window || std::exchange(answered, true)) {
+        if (!window || window == answered) {
             return;
         }
+        answered = window;
         const QRect outer = runner.geometry();
         const QRect inner = window->geometry();
         EXPECT_EQ(inner.topLeft(), outer.topLeft() + QPoint((outer.width() - inner.width()) / 2, (outer.height() - inner.height()) / 2));
         EXPECT_FALSE(window->btnShowPassword()->isChecked() || window->scPassword()->showsText());
         window->btnShowPassword()->click();
         EXPECT_TRUE(window->scPassword()->showsText());
-        window->scPassword()->setText("s3cret");
+        messages << window->lblMessage()->text();
+        window->scPassword()->setText(messages.size() == 1 ? "wrong" : "s3cret");
         window->btnCancel()->click();
     });
     driver.start(10);
@@ -203,7 +220,8 @@ TEST_F(UnArchiveRunTest, RealPromptIsCentredMaskedAndItsButtonAccepts)
     runner.runUnArchive(nullptr, archive, profile(1), out());
     RKPasswordPrompt::setCurrent(&services.passwords);
 
-    EXPECT_TRUE(answered);
+    EXPECT_EQ(messages, QStringList({"「secret.zip」はパスワードで保護されています。パスワードを入力してください。",
+                                     "パスワードが正しくありません。「secret.zip」のパスワードをもう一度入力してください。"}));
     EXPECT_EQ(runner.usedPassword(), "s3cret");
     EXPECT_EQ(snapshot(out()), kPlaced);
 }

@@ -51,3 +51,29 @@ INSTANTIATE_TEST_SUITE_P(Slow, Zip64Boundary,
                                            BoundaryCase { "OneByteLessDoesNot", Q_INT64_C(4294967295), 20, false },
                                            BoundaryCase { "EncryptedFourGiB", Q_INT64_C(4294967296), 45, true, "s3cret" }),
                          CaseName());
+
+// A file past 4 GiB encrypted by 7-Zip with AES-256: ZIP64 sizes around the salt, the
+// authentication code over every byte, the data extracted whole.
+using SevenZipAesBoundary = ZipTable<BoundaryCase>;
+
+TEST_P(SevenZipAesBoundary, ExtractsWholeAndAuthenticated)
+{
+    const qint64 size = GetParam().size;
+    QFile source(folder("src") + "/big.bin");
+    ASSERT_TRUE(source.open(QIODevice::WriteOnly) && source.resize(size) && source.seek(size - 4));
+    ASSERT_EQ(source.write("tail", 4), 4);
+    source.close();
+    const QString zip = path("big.zip"), pw = GetParam().password;
+    ASSERT_EQ(TestEnvironment::run("7z", { "a", "-tzip", "-bd", "-mx=1", "-mem=AES256", "-p" + pw, zip, "big.bin" }, path("src")).exitCode, 0);
+
+    const QStringList read = extract(zip, path("dest"), pw);
+    EXPECT_FALSE(read.join('\n').contains("error")) << read.join('\n').toStdString();
+    QFile copy(path("dest/big.bin"));
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly) && copy.seek(size - 4));
+    EXPECT_EQ(copy.size(), size);
+    EXPECT_EQ(copy.read(4), QByteArray("tail"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Slow, SevenZipAesBoundary,
+                         ::testing::Values(BoundaryCase { "Aes256PastFourGiB", Q_INT64_C(4294967296) + 4096, 45, true, "s3cret" }),
+                         CaseName());

@@ -19,7 +19,7 @@
 #include <ostream>
 
 // Notices of one run of either front end as lines ("started 3", "progress 1/3 <name>",
-// "error 2 <path>", "finished <path>", "cancelled").
+// "error 2 <path>", "error 3 damaged <path>", "finished <path>", "cancelled").
 class Recorder : public RQZipArchiverDelegate, public RQUnZipArchiverDelegate
 {
 public:
@@ -45,7 +45,7 @@ public:
 private:
     void add(const QString& line, bool ends = false);
     void progress(int p, int t, const QString& name) { onProgress(p); add(QString("progress %1/%2 %3").arg(p).arg(t).arg(name)); }
-    void error(const RQError& e) { add(QString("error %1 %2").arg(e.code()).arg(e.localizedRecoverySuggestion())); }
+    void error(const RQError& e) { add(QString("error %1 %2%3").arg(e.code()).arg(e.isDamage() ? "damaged " : "", e.localizedRecoverySuggestion())); }
 
     mutable std::mutex m_mutex;
     std::condition_variable m_ended;

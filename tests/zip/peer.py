@@ -2,14 +2,16 @@
 """Python's zipfile as a peer of the zip tests. inspect ZIP: raw header fields, a JSON object per entry; headers ZIP:
 every header byte but the compressed size and the offsets; test ZIP [PASSWORD]: exit 0 when every entry is intact;
 zip64-tree ZIP FOLDER: as -m zipfile -c, files in ZIP64 form; unix-tree ZIP FOLDER: as zip -ry does, links stored as links
-(the mode in external_attr, the target as data); wrapped ZIP COUNT: no ZIP64 end record, so the count wraps;
-raw ZIP LAYOUT_JSON: see raw()."""
+(the mode in external_attr, the target as data); nfd-tree ZIP FOLDER: as -c, names decomposed as macOS writes them;
+wrapped ZIP COUNT: no ZIP64 end record, so the count wraps; patch ZIP crc|code: every stated CRC changed, or the last
+byte before the central directory (an AES entry's authentication code) flipped; raw ZIP LAYOUT_JSON: see raw()."""
 import json
 import lzma
 import os
 import struct
 import sys
 import time
+import unicodedata
 import zipfile
 import zlib
 
@@ -65,6 +67,27 @@ def unix_tree(path, folder):
                     archive.writestr(info, os.readlink(full))
                 else:
                     archive.write(full, os.path.relpath(full, base))
+
+
+def nfd_tree(path, folder):
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
+        for root, folders, files in sorted(os.walk(folder)):
+            for name in sorted(folders) + sorted(files):
+                full = os.path.join(root, name)
+                archive.write(full, unicodedata.normalize("NFD", os.path.relpath(full, os.path.dirname(folder))))
+
+
+def patch(path, what):
+    data = bytearray(open(path, "rb").read())
+    with zipfile.ZipFile(path) as archive:
+        infos, at = archive.infolist(), archive.start_dir
+    if what == "code":
+        data[at - 1] ^= 1
+    for info in infos if what == "crc" else []:
+        data[info.header_offset + 14] ^= 1
+        data[at + 16] ^= 1
+        at += 46 + sum(int.from_bytes(data[at + i:at + i + 2], "little") for i in (28, 30, 32))
+    open(path, "wb").write(data)
 
 
 def wrapped(path, total):
@@ -147,5 +170,6 @@ def raw(path, layout_json):
 
 
 if __name__ == "__main__":
-    commands = {"inspect": inspect, "headers": headers, "test": test, "zip64-tree": zip64_tree, "unix-tree": unix_tree, "wrapped": wrapped, "raw": raw}
+    commands = {"inspect": inspect, "headers": headers, "test": test, "zip64-tree": zip64_tree, "unix-tree": unix_tree,
+                "nfd-tree": nfd_tree, "wrapped": wrapped, "patch": patch, "raw": raw}
     sys.exit(commands[sys.argv[1]](*sys.argv[2:]))

@@ -153,9 +153,12 @@ nothing more. A second one quits at once.
 
 Exit status:
   0    every archive done
-  1    done, with errors (or something cancelled)
+  1    done, with other errors (or something cancelled)
   2    bad usage, unknown profile, none of the paths exists, or a question
        with no terminal to answer it
+  3    a password did not fit an encrypted archive (asked up to three times
+       on a terminal)
+  4    an archive is damaged: it does not open, or an entry fails its checks
   130  interrupted (Ctrl-C); 128+N for signal N (143 SIGTERM, 129 SIGHUP)
 
 The settings are MOKUZA-FULL's: ~/.config/MOKUZA/MOKUZA-FULL.conf.
@@ -205,9 +208,11 @@ Ctrl-C（または SIGTERM、SIGHUP）ですぐに中止します。書いてい
 
 終了ステータス:
   0    すべて完了
-  1    完了したがエラーがある（または中止したものがある）
+  1    完了したがほかのエラーがある（または中止したものがある）
   2    使い方の誤り、不明なプロファイル、どのパスも存在しない、答えられる端末の
        ない問い
+  3    暗号化された ZIP のパスワードが正しくない（端末では 3 回までたずねます）
+  4    ZIP が壊れている: 開けない、または項目が検査に通らない
   130  中断（Ctrl-C）。シグナル N では 128+N（SIGTERM 143、SIGHUP 129）
 
 設定は MOKUZA-FULL と共通です: ~/.config/MOKUZA/MOKUZA-FULL.conf
@@ -294,6 +299,10 @@ mokuza: 答えられる端末がありません。保存先は --dest DIR、同�
 </source>
         <translation>パスワードが空です。入力してください（Ctrl-C で中止）。
 </translation>
+    </message>
+    <message>
+        <source>Wrong password. Password for %1 again: </source>
+        <translation>パスワードが正しくありません。%1 のパスワードをもう一度: </translation>
     </message>
 </context>
 <context>

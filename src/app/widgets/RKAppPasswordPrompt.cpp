@@ -10,7 +10,9 @@ QString RKAppPasswordPrompt::showPasswordDialog(QObject* window, const RKProfile
     return RKPasswordWindow::runModal(qobject_cast<QWidget*>(window), profile);
 }
 
-QString RKAppPasswordPrompt::askUnArchivePassword(QObject* runnerWindow)
+QString RKAppPasswordPrompt::askUnArchivePassword(QObject* runnerWindow, const QString& archivePath,
+                                                  int attempt)
 {
-    return RKUnArchivePasswordWindow::runModal(qobject_cast<QWidget*>(runnerWindow));
+    return RKUnArchivePasswordWindow::runModal(qobject_cast<QWidget*>(runnerWindow), archivePath,
+                                               attempt > 1);
 }

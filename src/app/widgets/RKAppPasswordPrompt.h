@@ -8,5 +8,6 @@ class RKAppPasswordPrompt : public RKPasswordPrompt
 {
 public:
     QString showPasswordDialog(QObject* window, const RKProfileSetting& profile) override;
-    QString askUnArchivePassword(QObject* runnerWindow) override;
+    QString askUnArchivePassword(QObject* runnerWindow, const QString& archivePath,
+                                 int attempt) override;
 };

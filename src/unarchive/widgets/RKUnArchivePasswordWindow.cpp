@@ -6,6 +6,8 @@
 #include "ui_RKUnArchivePasswordWindow.h"
 
 #include <QCheckBox>
+#include <QFileInfo>
+#include <QLabel>
 #include <QPushButton>
 
 RKUnArchivePasswordWindow::RKUnArchivePasswordWindow(QWidget* parent)
@@ -13,6 +15,8 @@ RKUnArchivePasswordWindow::RKUnArchivePasswordWindow(QWidget* parent)
     , ui(std::make_unique<Ui::RKUnArchivePasswordWindow>())
 {
     ui->setupUi(this);
+    // An archive's name is shown as it is, never as markup.
+    ui->lblMessage->setTextFormat(Qt::PlainText);
     // As loaded: check box off, entry masked.
     ui->btnShowPassword->setChecked(false);
     ui->scPassword->setShowsText(false);
@@ -31,6 +35,11 @@ KSPasswordField* RKUnArchivePasswordWindow::scPassword() const
     return ui->scPassword;
 }
 
+QLabel* RKUnArchivePasswordWindow::lblMessage() const
+{
+    return ui->lblMessage;
+}
+
 QCheckBox* RKUnArchivePasswordWindow::btnShowPassword() const
 {
     return ui->btnShowPassword;
@@ -41,9 +50,22 @@ QPushButton* RKUnArchivePasswordWindow::btnCancel() const
     return ui->btnCancel;
 }
 
-QString RKUnArchivePasswordWindow::runModal(QWidget* parent)
+void RKUnArchivePasswordWindow::setArchive(const QString& archivePath, bool again)
+{
+    // Several archives may be dropped at once: the prompt says which one it
+    // is about.
+    const QString name = QFileInfo(archivePath).fileName();
+    ui->lblMessage->setText(
+        again ? QStringLiteral("パスワードが正しくありません。「%1」のパスワードをもう一度入力してください。")
+                    .arg(name)
+              : QStringLiteral("「%1」はパスワードで保護されています。パスワードを入力してください。")
+                    .arg(name));
+}
+
+QString RKUnArchivePasswordWindow::runModal(QWidget* parent, const QString& archivePath, bool again)
 {
     RKUnArchivePasswordWindow window(parent);
+    window.setArchive(archivePath, again);
     window.m_centreOver = parent;
     window.exec();
     return window.password();

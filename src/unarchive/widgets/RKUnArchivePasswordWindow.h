@@ -7,6 +7,7 @@
 #include <memory>
 
 class QCheckBox;
+class QLabel;
 class QPushButton;
 class KSPasswordField;
 
@@ -14,9 +15,10 @@ namespace Ui {
 class RKUnArchivePasswordWindow;
 }
 
-// The prompt for the password of an encrypted archive. One attempt: its only
-// button goes on with whatever was typed, and closing it by the window
-// manager or with Escape does the same, since an archive cannot be skipped.
+// The prompt for the password of an encrypted archive, naming the archive.
+// Its only button goes on with whatever was typed, and closing it by the
+// window manager or with Escape does the same, since an archive cannot be
+// skipped.
 class RKUnArchivePasswordWindow : public QDialog
 {
     Q_OBJECT
@@ -25,14 +27,19 @@ public:
     explicit RKUnArchivePasswordWindow(QWidget* parent = nullptr);
     ~RKUnArchivePasswordWindow() override;
 
-    // Shows a fresh prompt centred over parent (when given), runs it modally
-    // and returns the typed text ("" when nothing was typed).
-    static QString runModal(QWidget* parent);
+    // Shows a fresh prompt for the archive at archivePath centred over parent
+    // (when given), runs it modally and returns the typed text ("" when
+    // nothing was typed). again: the password typed before did not fit.
+    static QString runModal(QWidget* parent, const QString& archivePath, bool again);
+
+    // The prompt's message for the archive.
+    void setArchive(const QString& archivePath, bool again);
 
     // The text of the entry when the button was pressed.
     QString password() const { return m_password; }
 
     KSPasswordField* scPassword() const;
+    QLabel* lblMessage() const;
     QCheckBox* btnShowPassword() const;
     QPushButton* btnCancel() const;
 

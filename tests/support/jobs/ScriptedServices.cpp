@@ -69,9 +69,11 @@ QString ScriptedPasswordPrompt::showPasswordDialog(QObject*, const RKProfileSett
     return archiveAnswers.isEmpty() ? QStringLiteral("") : archiveAnswers.takeFirst();
 }
 
-QString ScriptedPasswordPrompt::askUnArchivePassword(QObject*)
+QString ScriptedPasswordPrompt::askUnArchivePassword(QObject*, const QString& archivePath,
+                                                    int attempt)
 {
     ++unArchivePromptCount;
+    unArchivePrompts.append(QStringLiteral("%1 %2").arg(archivePath).arg(attempt));
     return unArchiveAnswers.isEmpty() ? QStringLiteral("") : unArchiveAnswers.takeFirst();
 }
 

@@ -61,9 +61,11 @@ public:
     QStringList unArchiveAnswers; // consumed in order; "" when exhausted
     QList<RKProfileSetting> archivePromptProfiles; // one per manual password window shown
     int unArchivePromptCount = 0;
+    QStringList unArchivePrompts; // "<archive> <attempt>", one per prompt shown
 
     QString showPasswordDialog(QObject* window, const RKProfileSetting& profile) override;
-    QString askUnArchivePassword(QObject* runnerWindow) override;
+    QString askUnArchivePassword(QObject* runnerWindow, const QString& archivePath,
+                                 int attempt) override;
 };
 
 class CapturingNotifier : public RKNotifier
