@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Times mokuza-engine against `zip -r -q -4` and `unzip -q` on the same data and
-# prints the ratios, the archive sizes and the engine's peak memory.
+# Times mokuza-engine against `zip -r -q -4` and `unzip -q` on the same data (and
+# against `7z x` on an archive 7-Zip encrypted with AES-256) and prints the
+# ratios, the archive sizes and the engine's peak memory.
 #
 #   bench/compare.sh                        20,000 small files, ~2 GB of large
 #                                           files, 100,000 tiny files
@@ -39,7 +40,7 @@ else
   scale=full small_count=20000 large_mb=2048 tiny_small=10000 tiny_large=100000 huge_mb=4608
 fi
 
-for tool in zip unzip python3 taskset /usr/bin/time; do
+for tool in zip unzip 7z python3 taskset /usr/bin/time; do
   command -v "$tool" >/dev/null || { echo "compare.sh: $tool is missing (scripts/install-deps.sh)" >&2; exit 2; }
 done
 
@@ -64,7 +65,8 @@ trap 'rm -rf "$work"' EXIT
 # A corpus is made only when a selected case uses it.
 uses() {
   case $1 in
-    small | large) [[ "archive $1" =~ $cases || "archive $1 1 core" =~ $cases || "extract $1" =~ $cases ]] ;;
+    small) [[ "archive $1" =~ $cases || "archive $1 1 core" =~ $cases || "extract $1" =~ $cases ]] ;;
+    large) [[ "archive $1" =~ $cases || "archive $1 1 core" =~ $cases || "extract $1" =~ $cases || "extract $1 aes" =~ $cases ]] ;;
     tiny-*) [[ "extract $1" =~ $cases ]] ;;
     huge) [[ memory =~ $cases ]] ;;
   esac
@@ -92,6 +94,12 @@ for name in small large tiny-small tiny-large; do
   fi
 done
 
+# The same large files as 7-Zip encrypts them when asked for AES (AE-2, deflate).
+if [ ! -e "$zips/large-aes.zip" ] && [[ "extract large aes" =~ $cases ]]; then
+  (cd "$corpus" && 7z a -tzip -bd -mem=AES256 -pmokuza "$zips/large-aes.zip.part" large >/dev/null \
+     && mv "$zips/large-aes.zip.part" "$zips/large-aes.zip")
+fi
+
 # --- timing -------------------------------------------------------------------
 # run_timed FILE CMD...: appends "seconds peak_kb" of one run to FILE.
 run_timed() {
@@ -108,8 +116,9 @@ results="$work/results"
 : >"$results"
 counter=0
 
-# compare LABEL TARGET KIND SOURCE [PIN]: KIND archive (SOURCE a corpus folder)
-# or extract (SOURCE a zip made by zip -4). PIN: run both tools on the first
+# compare LABEL TARGET KIND SOURCE [PIN]: KIND archive (SOURCE a corpus folder),
+# extract (SOURCE a zip made by zip -4) or extract-aes (SOURCE a zip made by 7z
+# with AES-256, the reference 7z x). PIN: run both tools on the first
 # processor only, with the baseline engine as the reference when there is one.
 compare() {
   local label=$1 target=$2 kind=$3 source=$4 pin=${5:-}
@@ -138,6 +147,13 @@ compare() {
           stat -c %s "$out.zip" >"$work/reference.size"
         fi
         rm -f "$out.zip"
+      elif [ "$kind" = extract-aes ]; then
+        if [ "$tool" = reference ]; then
+          run_timed "$times" "${prefix[@]}" 7z x -bd -y -pmokuza -o"$out" "$source"
+        else
+          run_timed "$times" "${prefix[@]}" "$engine" extract "$source" "$out" --password mokuza
+        fi
+        rm -rf "$out"
       else
         if [ "$tool" = reference ]; then
           run_timed "$times" "${prefix[@]}" unzip -q "$source" -d "$out"
@@ -171,6 +187,7 @@ compare "archive small 1 core" "$small_one_core" archive "$corpus/small" pin
 compare "archive large 1 core" "$large_one_core" archive "$corpus/large" pin
 compare "extract small" "1.25" extract "$zips/small.zip"
 compare "extract large" "1.25" extract "$zips/large.zip"
+compare "extract large aes" "1.00" extract-aes "$zips/large-aes.zip"
 compare "extract tiny-small" "1.25" extract "$zips/tiny-small.zip"
 compare "extract tiny-large" "1.25" extract "$zips/tiny-large.zip"
 

@@ -105,6 +105,10 @@ def main():
         tool("7z-ppmd.zip", ["7z", "a", "-tzip", "-mm=PPMd", "$OUT", "top"], src)
         tool("7z-zipcrypto.zip", ["7z", "a", "-tzip", "-ppassword", "$OUT", "top"], src)
         tool("7z-aes256.zip", ["7z", "a", "-tzip", "-ppassword", "-mem=AES256", "$OUT", "top"], src)
+        tool("7z-aes128-stored.zip", ["7z", "a", "-tzip", "-ppassword", "-mem=AES128", "-mm=Copy", "$OUT", "top"], src)
+        # AE-1 from 20 bytes, AE-2 below, with data descriptors.
+        tool("bsdtar-aes256.zip", ["bsdtar", "--format", "zip", "--options", "zip:encryption=aes256",
+                                   "--passphrase", "password", "-cf", "$OUT", "top"], src)
         tool("7z-utf8.zip", ["7z", "a", "-tzip", "-mcu=on", "$OUT", "top"], src)
         tool("bsdtar-deflate.zip", ["bsdtar", "--format", "zip", "-cf", "$OUT", "top"], src)
         tool("bsdtar-stored.zip", ["bsdtar", "--format", "zip", "--options", "zip:compression=store",

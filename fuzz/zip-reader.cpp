@@ -90,6 +90,7 @@ void extractAll(const Workspace& w, quint64 encoding, const QString& password)
     if (!opened) {
         return;
     }
+    zip.passwordFits();
     // By position, as the unarchiver does, and the first entry by name too,
     // which looks it up.
     if (const std::optional<QStringList> names = zip.getZipFileContents64(encoding)) {

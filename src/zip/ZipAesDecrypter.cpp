@@ -7,7 +7,14 @@
 #include <openssl/evp.h>
 #include <openssl/params.h>
 
+#include <algorithm>
+#include <array>
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
+#include <sched.h>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -17,6 +24,10 @@ constexpr int kBlock = 16;
 // many at once, few enough to stay in the first-level cache with the data.
 constexpr int kBatchBlocks = 512;
 constexpr int kBatch = kBatchBlocks * kBlock;
+// Entries from this size on are authenticated on a second core.
+constexpr quint64 kHelperFrom = quint64(4) << 20;
+constexpr int kSlots = 4;
+constexpr size_t kSlotSize = size_t(256) << 10;
 
 const EVP_CIPHER* cipherOf(int strength)
 {
@@ -30,6 +41,16 @@ const EVP_CIPHER* cipherOf(int strength)
     default:
         return nullptr;
     }
+}
+
+// Whether this process may run on more than one processor (a process pinned
+// to one gains nothing from a helper thread, and pays for the hand-over).
+bool severalProcessors()
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    return sched_getaffinity(0, sizeof set, &set) == 0 ? CPU_COUNT(&set) > 1
+                                                       : std::thread::hardware_concurrency() > 1;
 }
 
 } // namespace
@@ -48,14 +69,118 @@ struct ZipAesDecrypter::Private {
     alignas(64) unsigned char stream[kBatch];
     int streamAt = kBatch;
 
+    // The code costs three times the decryption (SHA-1 against AES-NI), so
+    // large entries are authenticated on a second core: the encrypted bytes
+    // are copied into slots that a helper takes into the code in order. The
+    // code context is the helper's while slots are handed over; the caller
+    // uses it again once they are all taken.
+    struct Helper {
+        std::thread thread;
+        std::mutex mutex;
+        std::condition_variable changed;
+        std::array<std::vector<unsigned char>, kSlots> buffers;
+        int first = 0;  // the oldest slot handed over
+        int handed = 0; // slots handed over and not yet taken
+        bool failed = false;
+        bool quit = false;
+    };
+    std::unique_ptr<Helper> helper;
+    bool helped = false; // the current entry's code is the helper's
+    std::vector<unsigned char>* filling = nullptr; // the slot being filled
+
     ~Private()
     {
+        if (helper) {
+            {
+                const std::lock_guard<std::mutex> lock(helper->mutex);
+                helper->quit = true;
+            }
+            helper->changed.notify_all();
+            helper->thread.join();
+        }
         EVP_MAC_CTX_free(code);
         EVP_MAC_free(hmac);
         EVP_CIPHER_CTX_free(cipher);
     }
     bool refill();
+    void help();
+    bool authenticate(const unsigned char* data, size_t size);
+    void handOver();
+    // Waits until the helper has taken every slot; false when an update failed.
+    bool drain();
 };
+
+void ZipAesDecrypter::Private::help()
+{
+    std::unique_lock<std::mutex> lock(helper->mutex);
+    for (;;) {
+        helper->changed.wait(lock, [this] { return helper->quit || helper->handed > 0; });
+        if (helper->handed == 0) {
+            return; // told to quit, nothing left
+        }
+        std::vector<unsigned char>& slot = helper->buffers[size_t(helper->first)];
+        lock.unlock();
+        const bool ok = EVP_MAC_update(code, slot.data(), slot.size()) == 1;
+        slot.clear();
+        lock.lock();
+        helper->failed = helper->failed || !ok;
+        helper->first = (helper->first + 1) % kSlots;
+        --helper->handed;
+        helper->changed.notify_all();
+    }
+}
+
+bool ZipAesDecrypter::Private::authenticate(const unsigned char* data, size_t size)
+{
+    if (!helped) {
+        return EVP_MAC_update(code, data, size) == 1;
+    }
+    while (size > 0) {
+        if (!filling) {
+            std::unique_lock<std::mutex> lock(helper->mutex);
+            helper->changed.wait(lock, [this] { return helper->handed < kSlots; });
+            filling = &helper->buffers[size_t((helper->first + helper->handed) % kSlots)];
+        }
+        const size_t n = std::min(size, kSlotSize - filling->size());
+        filling->insert(filling->end(), data, data + n);
+        data += n;
+        size -= n;
+        if (filling->size() == kSlotSize) {
+            handOver();
+        }
+    }
+    return true;
+}
+
+void ZipAesDecrypter::Private::handOver()
+{
+    {
+        const std::lock_guard<std::mutex> lock(helper->mutex);
+        ++helper->handed;
+    }
+    filling = nullptr;
+    helper->changed.notify_all();
+}
+
+bool ZipAesDecrypter::Private::drain()
+{
+    if (!helped) {
+        return true;
+    }
+    if (filling && !filling->empty()) {
+        handOver();
+    }
+    std::unique_lock<std::mutex> lock(helper->mutex);
+    helper->changed.wait(lock, [this] { return helper->handed == 0; });
+    if (filling) {
+        filling->clear();
+        filling = nullptr;
+    }
+    const bool ok = !helper->failed;
+    helper->failed = false;
+    helped = false;
+    return ok;
+}
 
 bool ZipAesDecrypter::Private::refill()
 {
@@ -87,8 +212,9 @@ qsizetype ZipAesDecrypter::saltSize(int strength)
 }
 
 bool ZipAesDecrypter::begin(int strength, QByteArrayView password, QByteArrayView salt,
-                            QByteArrayView verifier)
+                            QByteArrayView verifier, quint64 dataSize)
 {
+    d->drain(); // what an entry left unread is dropped
     d->ready = false;
     const EVP_CIPHER* cipher = cipherOf(strength);
     const int keySize = 8 + 8 * strength;
@@ -121,6 +247,17 @@ bool ZipAesDecrypter::begin(int strength, QByteArrayView password, QByteArrayVie
     d->counterHigh = 0;
     d->streamAt = kBatch;
     d->ready = true;
+    static const bool helpful = severalProcessors();
+    if (dataSize >= kHelperFrom && helpful) {
+        if (!d->helper) {
+            d->helper = std::make_unique<Private::Helper>();
+            for (std::vector<unsigned char>& slot : d->helper->buffers) {
+                slot.reserve(kSlotSize);
+            }
+            d->helper->thread = std::thread([this] { d->help(); });
+        }
+        d->helped = true;
+    }
     return true;
 }
 
@@ -129,7 +266,7 @@ void ZipAesDecrypter::decrypt(char* data, qsizetype size)
     if (!d->ready) {
         return;
     }
-    if (EVP_MAC_update(d->code, reinterpret_cast<const unsigned char*>(data), size_t(size)) != 1) {
+    if (!d->authenticate(reinterpret_cast<const unsigned char*>(data), size_t(size))) {
         d->ready = false;
         return;
     }
@@ -160,7 +297,9 @@ void ZipAesDecrypter::decrypt(char* data, qsizetype size)
 
 bool ZipAesDecrypter::authenticates(QByteArrayView storedCode)
 {
-    if (!d->ready || storedCode.size() != kCodeSize) {
+    const bool taken = d->drain();
+    if (!d->ready || !taken || storedCode.size() != kCodeSize) {
+        d->ready = false;
         return false;
     }
     unsigned char computed[EVP_MAX_MD_SIZE];

@@ -29,9 +29,11 @@ public:
 
     // Derives the keys of password with salt. False when the verifier they
     // yield differs from the stored one (the password is wrong, barring one
-    // chance in 65,536) or the strength is not one of the three.
+    // chance in 65,536) or the strength is not one of the three. dataSize:
+    // the encrypted bytes to come; from a few megabytes on they are
+    // authenticated on a thread of the decrypter's own, started once.
     bool begin(int strength, QByteArrayView password, QByteArrayView salt,
-               QByteArrayView verifier);
+               QByteArrayView verifier, quint64 dataSize);
 
     // Takes the next encrypted bytes of the entry into the authentication
     // code, then decrypts them in place.

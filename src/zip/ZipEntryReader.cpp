@@ -455,8 +455,9 @@ ZipEntryReader::Result ZipEntryReader::openAes(const QList<QByteArray>& password
     }
     const QByteArrayView salt(header, saltSize);
     const QByteArrayView verifier(header + saltSize, ZipAesDecrypter::kVerifierSize);
+    const quint64 dataSize = d->remaining - quint64(headerSize + ZipAesDecrypter::kCodeSize);
     for (qsizetype i = 0; i < passwords.size() && m_passwordIndex < 0; ++i) {
-        if (d->aes->begin(d->record.aesStrength, passwords.at(i), salt, verifier)) {
+        if (d->aes->begin(d->record.aesStrength, passwords.at(i), salt, verifier, dataSize)) {
             m_passwordIndex = int(i);
         }
     }
@@ -496,6 +497,8 @@ ZipEntryReader::Result ZipEntryReader::read(const Sink& sink)
     // libdeflate's CRC uses carry-less multiplication where the processor
     // has it: three times zlib's speed, which the read-back check feels.
     quint32 crc = 0;
+    // AE-2 stores no CRC: the authentication code stands in for it.
+    const bool crcStored = !d->aesActive || d->record.aesVersion != 2;
     bool tooLong = false;
     const quint64 expected = d->record.uncompressedSize;
     // Data beyond the stated size are never written: a lying entry cannot
@@ -506,7 +509,9 @@ ZipEntryReader::Result ZipEntryReader::read(const Sink& sink)
             return false;
         }
         produced += quint64(size);
-        crc = libdeflate_crc32(crc, data, size_t(size));
+        if (crcStored) {
+            crc = libdeflate_crc32(crc, data, size_t(size));
+        }
         return sink(data, size);
     };
     Result result = Result::Damaged;
@@ -554,7 +559,5 @@ ZipEntryReader::Result ZipEntryReader::read(const Sink& sink)
     if (produced != expected) {
         return Result::Damaged;
     }
-    // AE-2 stores no CRC: the authentication code stands in for it.
-    const bool crcStored = !d->aesActive || d->record.aesVersion != 2;
     return !crcStored || quint32(crc) == d->record.crc ? Result::Ok : Result::CrcMismatch;
 }

@@ -398,6 +398,12 @@ INSTANTIATE_TEST_SUITE_P(
         AccountCase { "AesAuthenticationCodeCorrupted",
                       { { "7z", "a", "-tzip", "-bd", "-mem=AES256", "-ppw", "$ZIP", "deflate.txt" }, { "peer", "patch", "$ZIP", "code" } }, 1,
                       { "error 3 damaged deflate.txt" }, {}, "pw" },
+        // Entries of megabytes are authenticated on a second core: one passes, one with its code flipped fails.
+        AccountCase { "LargeAesEntriesAuthenticatedAside",
+                      { { "python3", "-c", "import os; d = os.urandom(6 << 20); open('big.bin', 'wb').write(d); open('last.bin', 'wb').write(d)" },
+                        { "7z", "a", "-tzip", "-bd", "-mm=Copy", "-mem=AES256", "-ppw", "$ZIP", "big.bin" },
+                        { "7z", "a", "-tzip", "-bd", "-mm=Copy", "-mem=AES256", "-ppw", "$ZIP", "last.bin" }, { "peer", "patch", "$ZIP", "code" } },
+                      2, { "error 3 damaged last.bin" }, { "big.bin" }, "pw" },
         AccountCase { "AesCrcCheckedForAe1Only",
                       { { "python3", "-c", "open('ae2.txt', 'w').write('below 20 bytes')" },
                         { "bsdtar", "--format", "zip", "--options", "zip:encryption=aes128", "--passphrase", "pw", "-cf", "$ZIP", "deflate.txt", "ae2.txt" },
