@@ -287,7 +287,12 @@ INSTANTIATE_TEST_SUITE_P(
                      entry("d", "file"), entry("d/", "") },
                    4, { "a.txt", "a.txt", "x", "x/y", "x/z", "d/", "d", "d/" },
                    { "a 2.txt=2", "a.txt=1", "d 2=file", "d/", "x=file", "x 2/", "x 2/y=y", "x 2/z=z" },
-                   { "numbered a.txt", "numbered x/y", "numbered d" } }),
+                   { "numbered a.txt", "numbered x/y", "numbered d" } },
+        // Decomposed names (as macOS writes them) are written composed; one that meets a composed name is numbered.
+        ReadCase { "DecomposedNamesComposedAndMetNumbered",
+                   { entry("か\u3099.txt", "nfd"), entry("が.txt", "nfc"), entry("テ\u3099ータ/x", "x") },
+                   4, { "か\u3099.txt", "が.txt", "テ\u3099ータ/x" }, { "が 2.txt=nfc", "が.txt=nfd", "データ/", "データ/x=x" },
+                   { "numbered が.txt" } }),
     CaseName());
 
 TEST_F(ZipReader, LookupByNameTakesTheFirstCaseBlindMatch)
