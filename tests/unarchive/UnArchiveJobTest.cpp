@@ -418,7 +418,7 @@ TEST_P(PrivateFolderTest, RegistersWhereOnlyTheUserCanReach)
     struct Prompt : ScriptedPasswordPrompt {
         RKUnArchiveProgressWindow* runner;
         QString working, registration;
-        QString askUnArchivePassword(QObject*) override
+        QString askUnArchivePassword(QObject*, const QString&, int) override
         {
             working = runner->tempUrl();
             registration = RKLeftovers::processFolder();
