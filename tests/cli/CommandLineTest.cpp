@@ -340,9 +340,10 @@ TEST_F(CommandLine, CompressWithPasswordFromInput)
     }
 }
 
-// At the terminal an empty password is not taken: the question comes again
-// (mokuza run on a pseudo-terminal, answering each prompt once echo is off).
-TEST_F(CommandLine, EmptyPasswordAtTheTerminalIsAskedAgain)
+// At the terminal an empty password is not taken, and one that does not fit an
+// archive is asked for again (mokuza run on a pseudo-terminal, answering each
+// prompt once echo is off).
+TEST_F(CommandLine, EmptyOrWrongPasswordAtTheTerminalIsAskedAgain)
 {
     static const char* const kDriver = R"(
 import json, os, pty, select, signal, sys, termios, time
@@ -369,14 +370,19 @@ sys.exit(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]))
 )";
     makeFiles({"a.txt", "secret/a.txt"});
     ASSERT_EQ(TestEnvironment::run("zip", {"-qr", "-P", "right", "enc.zip", "secret"}, dir.path()).exitCode, 0);
+    // AES: a wrong password passes the verifier once in 65,536 (the check byte of zip -P once in 256).
+    ASSERT_EQ(TestEnvironment::run("7z", {"a", "-tzip", "-bd", "-mem=AES256", "-pright", "aes.zip", "secret"}, dir.path()).exitCode, 0);
     const struct {
         QStringList arguments;
         const char* answers;
         QStringList made;
+        int wrong; // "Wrong password" said that often
     } rows[] = {
-        {{"compress", "--profile", "4", "--dest", "out", "a.txt"}, R"(["", "pw", "pw"])", {"a.zip"}},
+        {{"compress", "--profile", "4", "--dest", "out", "a.txt"}, R"(["", "pw", "pw"])", {"a.zip"}, 0},
         {{"extract", "--profile", "Mac To Mac", "--dest", "out", "enc.zip"}, R"(["", "right"])",
-         {"a.zip", "enc/", "enc/secret/", "enc/secret/a.txt"}},
+         {"a.zip", "enc/", "enc/secret/", "enc/secret/a.txt"}, 0},
+        {{"extract", "--profile", "Mac To Mac", "--dest", "out", "aes.zip"}, R"(["", "wrong", "right"])",
+         {"a.zip", "aes/", "aes/secret/", "aes/secret/a.txt", "enc/", "enc/secret/", "enc/secret/a.txt"}, 1},
     };
     for (const auto& row : rows) {
         const QString argv = QJsonDocument(QJsonArray::fromStringList(QStringList{MOKUZA_CLI} + row.arguments))
@@ -385,6 +391,7 @@ sys.exit(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]))
         const Outcome run = finish();
         EXPECT_EQ(run.exit, 0) << run.out.toStdString() << run.err.toStdString();
         EXPECT_EQ(run.out.count("The password must not be empty; type one"), 1) << run.out.toStdString();
+        EXPECT_EQ(run.out.count("Wrong password. Password for aes.zip again: "), row.wrong) << run.out.toStdString();
         EXPECT_EQ(TestEnvironment::listTree(path("out")).join(' ').toStdString(), row.made.join(' ').toStdString());
     }
     EXPECT_EQ(TestEnvironment::run("unzip", {"-P", "pw", "-t", "out/a.zip"}, dir.path()).exitCode, 0);
