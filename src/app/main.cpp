@@ -95,10 +95,40 @@ void bringToFront(QWidget* window, const QString& activationToken)
     activateWithToken(window, activationToken);
 }
 
+// --help and --version print and exit, before any window or display is
+// needed; "--" ends the options (a file may be called --help).
+bool answeredOption(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray argument(argv[i]);
+        if (argument == "--") {
+            return false;
+        }
+        if (argument == "--version") {
+            std::printf("mokuza-full (MOKUZA-FULL) %s\n", MOKUZA_VERSION);
+            return true;
+        }
+        if (argument == "--help" || argument == "-h") {
+            std::fputs("Usage: mokuza-full [FILE|FOLDER|ZIP]...\n"
+                       "Opens the drop window of MOKUZA-FULL; items given are compressed, and\n"
+                       "ZIP archives extracted, as the file manager's profiles say.\n"
+                       "  -h, --help     show this help and exit\n"
+                       "      --version  show the version and exit\n"
+                       "For scripts, see mokuza(1); the application: mokuza-full(1).\n",
+                       stdout);
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    if (answeredOption(argc, argv)) {
+        return std::fflush(stdout) == 0 && !std::ferror(stdout) ? 0 : 1;
+    }
     QApplication app(argc, argv);
     QApplication::setOrganizationName(RKAppInfo::organizationName());
     QApplication::setApplicationName(RKAppInfo::applicationName());

@@ -9,8 +9,11 @@
 
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QFile>
 #include <QMetaObject>
 #include <QThread>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -66,7 +69,18 @@ QString RKArchiveRun::verifyCrc() const
 RKArchiveRun::Progress RKArchiveRun::progress() const
 {
     const std::lock_guard<std::mutex> lock(m_lock);
-    return {prgValue, prgFileName};
+    return {prgValue, prgFileName, m_done, m_work.total(),
+            m_started.isValid() ? m_started.elapsed() : 0};
+}
+
+double RKArchiveRun::Progress::share() const
+{
+    return RKWorkProgress::share(done, total);
+}
+
+qint64 RKArchiveRun::Progress::secondsLeft() const
+{
+    return RKWorkProgress::secondsLeft(done, total, elapsedMs);
 }
 
 void RKArchiveRun::doArchive(const QStringList& paths, const RKProfileSetting& archiveProfile,
@@ -82,10 +96,24 @@ void RKArchiveRun::doArchive(const QStringList& paths, const RKProfileSetting& a
     m_filePaths = paths;
     m_profile = archiveProfile;
     m_url = archiveUrl;
+    // The sizes are counted before any byte is written, so the share is
+    // true from the start (links are stored as what they point to).
+    QList<quint64> sizes;
+    sizes.reserve(paths.size());
+    for (const QString& path : paths) {
+        struct stat info {};
+        sizes.append(::stat(QFile::encodeName(path).constData(), &info) == 0
+                             && S_ISREG(info.st_mode)
+                         ? quint64(info.st_size)
+                         : 0);
+    }
     {
         const std::lock_guard<std::mutex> lock(m_lock);
         prgValue = 0;
         prgFileName.clear();
+        m_done = 0;
+        m_work.reset(sizes);
+        m_started.start();
         m_errors.clear();
         m_verifyCrc.clear();
     }
@@ -153,6 +181,7 @@ void RKArchiveRun::archiverArchiveProgress(RQZipArchiver*, int progress, int,
         const std::lock_guard<std::mutex> lock(m_lock);
         prgValue = progress;
         prgFileName = archivingFileName;
+        m_done = m_work.doneAt(progress - 1);
     }
     // One pending update is enough: it shows whatever pair is latest when it
     // runs, so the writer never waits for drawing and the display never goes
@@ -177,21 +206,32 @@ void RKArchiveRun::showProgressNow()
 {
     m_lastProgressShown.start();
     if (!m_filePaths.isEmpty()) {
-        RKTaskbarProgress::progressOfArchive(double(progress().value) / double(m_filePaths.size()));
+        RKTaskbarProgress::progressOfArchive(progress().share());
     }
     changeProgress();
 }
 
-void RKArchiveRun::archiverArchiveProgressInFile(RQZipArchiver*, quint64, quint64, const QString&)
+void RKArchiveRun::archiverArchiveProgressInFile(RQZipArchiver*, quint64 progress, quint64,
+                                                 const QString&)
 {
+    {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        m_done = m_work.doneAt(prgValue - 1, progress);
+    }
+    if (!m_progressQueued.exchange(true)) {
+        handToMainThread([this] { showProgressPaced(); });
+    }
 }
 
 void RKArchiveRun::archiverArchiveFinished(RQZipArchiver* archiver, const QString& archiveFilePath)
 {
     const bool hasErrors = archiver ? !archiver->errors().isEmpty() : !errors().isEmpty();
-    if (archiver) {
+    {
         const std::lock_guard<std::mutex> lock(m_lock);
-        m_verifyCrc = archiver->verifyCrc();
+        if (archiver) {
+            m_verifyCrc = archiver->verifyCrc();
+        }
+        m_done = m_work.total();
     }
     // Posted before the close is handed over, so the notification is out
     // by the time the job reads the runner's results.
@@ -203,6 +243,9 @@ void RKArchiveRun::archiverArchiveFinished(RQZipArchiver* archiver, const QStrin
                           QFileInfo::exists(archiveFilePath) ? archiveFilePath : QString());
     }
     const int code = hasErrors ? 1 : 0;
+    // The display reaches the whole before the archive is closed: the last
+    // item's start is not its end.
+    handToMainThread([this] { showProgressNow(); });
     handToMainThread([this, code] { closeArchive(code); });
 }
 

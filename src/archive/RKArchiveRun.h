@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/RKMainThreadQueue.h"
+#include "platform/RKWorkProgress.h"
 
 #include "archive/RKArchiveRunner.h"
 #include "settings/RKProfileSetting.h"
@@ -59,10 +60,18 @@ public:
 
     // The current archive's contents, as given.
     const QStringList& filePaths() const { return m_filePaths; }
-    // The latest progress pair the writer reported, read at once.
+    // The latest progress the writer reported, read at once: the item under
+    // way (value = its position from 1) and the work done of the whole in
+    // bytes (RKWorkProgress), counted before the writer started.
     struct Progress {
         int value = 0;
         QString fileName;
+        quint64 done = 0;
+        quint64 total = 0;
+        qint64 elapsedMs = 0;
+        double share() const;
+        // -1 while not known.
+        qint64 secondsLeft() const;
     };
     Progress progress() const;
 
@@ -119,6 +128,9 @@ private:
     mutable std::mutex m_lock;
     int prgValue = 0;
     QString prgFileName;
+    quint64 m_done = 0;
+    RKWorkProgress m_work; // written before the writer starts
+    QElapsedTimer m_started;
     QList<RQError> m_errors;
     QString m_verifyCrc;
 

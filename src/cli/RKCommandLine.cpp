@@ -4,15 +4,23 @@
 #include "cli/RKCommandLineHost.h"
 #include "platform/RKInterruptWatcher.h"
 #include "cli/RKTerminal.h"
+#include "cli/RKTerminalArchiveCheck.h"
+#include "cli/RKTerminalResultDisplay.h"
+#include "zip/ZipNumberedName.h"
 #include "cli/RKTerminalPanelService.h"
 #include "cli/RKTerminalPasswordPrompt.h"
 #include "cli/RKTerminalProgress.h"
 #include "platform/RKLeftovers.h"
 #include "platform/RKNotifier.h"
 #include "platform/RKPanelService.h"
+#include "settings/RKConstants.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
+#include <QTemporaryDir>
+
+#include <cerrno>
 
 #include <csignal>
 #include <memory>
@@ -103,6 +111,37 @@ void beforeExitFromSignal()
     [[maybe_unused]] const ssize_t ignored = ::write(STDERR_FILENO, line, sizeof line - 1);
 }
 
+// Copies standard input into a file of the private folder; its path, or
+// empty when it could not be kept.
+QString spoolStandardInput(const QTemporaryDir& folder)
+{
+    if (!folder.isValid()) {
+        return QString();
+    }
+    const QString path = folder.filePath(QStringLiteral("stdin.zip"));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return QString();
+    }
+    QByteArray buffer(1 << 16, Qt::Uninitialized);
+    for (;;) {
+        const ssize_t n = ::read(STDIN_FILENO, buffer.data(), size_t(buffer.size()));
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n < 0) {
+            return QString();
+        }
+        if (n == 0) {
+            break;
+        }
+        if (file.write(buffer.constData(), n) != n) {
+            return QString();
+        }
+    }
+    return file.flush() ? path : QString();
+}
+
 QString absolutePath(const QString& path, const QString& workingFolder)
 {
     return QDir::cleanPath(QDir(workingFolder).absoluteFilePath(path));
@@ -114,18 +153,27 @@ RKCommandLine::Options RKCommandLine::parse(const QStringList& arguments,
                                             const QString& workingFolder)
 {
     Options options;
+    // --help and --version answer wherever they stand (before "--").
+    for (const QString& argument : arguments) {
+        if (argument == QStringLiteral("--")) {
+            break;
+        }
+        if (argument == QStringLiteral("--help") || argument == QStringLiteral("-h")) {
+            options.command = Command::Help;
+            return options;
+        }
+        if (argument == QStringLiteral("--version")) {
+            options.command = Command::Version;
+            return options;
+        }
+    }
     if (arguments.isEmpty()) {
         options.error = tr("no command given");
         return options;
     }
     const QString command = arguments.constFirst();
-    if (command == QStringLiteral("--help") || command == QStringLiteral("-h")
-        || command == QStringLiteral("help")) {
+    if (command == QStringLiteral("help")) {
         options.command = Command::Help;
-        return options;
-    }
-    if (command == QStringLiteral("--version")) {
-        options.command = Command::Version;
         return options;
     }
     if (command == QStringLiteral("profiles")) {
@@ -134,40 +182,72 @@ RKCommandLine::Options RKCommandLine::parse(const QStringList& arguments,
         options.command = Command::Compress;
     } else if (command == QStringLiteral("extract")) {
         options.command = Command::Extract;
+    } else if (command == QStringLiteral("list")) {
+        options.command = Command::List;
+    } else if (command == QStringLiteral("test")) {
+        options.command = Command::Test;
     } else {
         options.error = tr("unknown command: %1").arg(command);
         return options;
     }
 
     bool onlyPaths = false;
+    bool profileOptions = false; // an option that only compress or extract takes
     for (qsizetype i = 1; i < arguments.size() && options.error.isEmpty(); ++i) {
         const QString& argument = arguments.at(i);
-        if (onlyPaths || !argument.startsWith(QLatin1Char('-')) || argument == QStringLiteral("-")) {
+        if (argument == QStringLiteral("-") && !onlyPaths) {
+            options.paths.append(argument);
+            continue;
+        }
+        if (onlyPaths || !argument.startsWith(QLatin1Char('-'))) {
             options.paths.append(absolutePath(argument, workingFolder));
             continue;
         }
         if (argument == QStringLiteral("--")) {
             onlyPaths = true;
-        } else if (argument == QStringLiteral("--help") || argument == QStringLiteral("-h")) {
-            options.command = Command::Help;
-            return options;
         } else if (argument == QStringLiteral("--password-stdin")) {
             options.passwordStdin = true;
         } else if (argument == QStringLiteral("--show-password")) {
             options.showPassword = true;
         } else if (argument == QStringLiteral("--notify")) {
-            options.notify = true;
+            options.notify = profileOptions = true;
+        } else if (argument == QStringLiteral("-q") || argument == QStringLiteral("--quiet")) {
+            options.quiet = true;
+        } else if (argument == QStringLiteral("-v") || argument == QStringLiteral("--verbose")) {
+            options.verbose = true;
+        } else if (argument == QStringLiteral("--json")) {
+            options.json = true;
+        } else if (argument == QStringLiteral("--one-per-item")) {
+            options.archiveMode = RKProfileSetting::ArchiveModeMulti;
+            profileOptions = true;
+        } else if (argument == QStringLiteral("--single-archive")) {
+            options.archiveMode = RKProfileSetting::ArchiveModeSingle;
+            profileOptions = true;
         } else if (const auto profile = valueOf(QStringLiteral("--profile"), arguments, i,
                                                 options.error)) {
             options.profile = *profile;
         } else if (const auto dest = valueOf(QStringLiteral("--dest"), arguments, i,
                                              options.error)) {
+            profileOptions = true;
             options.dest = dest->isEmpty() ? QString() : absolutePath(*dest, workingFolder);
             if (dest->isEmpty() && options.error.isEmpty()) {
                 options.error = tr("--dest needs a folder");
+            } else if (*dest == QStringLiteral("-")) {
+                options.error = tr("--dest - is not a folder; 'mokuza compress -o -' writes the "
+                                   "archive to standard output");
+            }
+        } else if (const auto output = argument == QStringLiteral("-o")
+                       ? valueOf(QStringLiteral("-o"), arguments, i, options.error)
+                       : valueOf(QStringLiteral("--output"), arguments, i, options.error)) {
+            profileOptions = true;
+            options.output = *output == QStringLiteral("-") ? *output
+                                                            : absolutePath(*output, workingFolder);
+            if (output->isEmpty() && options.error.isEmpty()) {
+                options.error = tr("-o needs a file name, or - for standard output");
             }
         } else if (const auto policy = valueOf(QStringLiteral("--on-conflict"), arguments, i,
                                                options.error)) {
+            profileOptions = true;
             options.onConflict = *policy;
             const QStringList known = {QStringLiteral("ask"), QStringLiteral("overwrite"),
                                        QStringLiteral("rename")};
@@ -175,6 +255,26 @@ RKCommandLine::Options RKCommandLine::parse(const QStringList& arguments,
                 options.error = tr("--on-conflict takes ask, overwrite or rename, not %1")
                                     .arg(*policy);
             }
+        } else if (const auto level = valueOf(QStringLiteral("--level"), arguments, i,
+                                              options.error)) {
+            profileOptions = true;
+            bool isNumber = false;
+            options.level = level->toInt(&isNumber);
+            if ((!isNumber || options.level < 0 || options.level > 9) && options.error.isEmpty()) {
+                options.error = tr("--level takes 0 to 9, not %1").arg(*level);
+            }
+        } else if (const auto encoding = valueOf(QStringLiteral("--encoding"), arguments, i,
+                                                 options.error)) {
+            options.encoding = encodingNamed(*encoding);
+            if (!options.encoding && options.error.isEmpty()) {
+                options.error = tr("unknown encoding: %1 (names as in the profile window's "
+                                   "list, or utf-8, cp932)")
+                                    .arg(*encoding);
+            }
+        } else if (const auto pattern = valueOf(QStringLiteral("--exclude"), arguments, i,
+                                                options.error)) {
+            profileOptions = true;
+            options.excludes.append(*pattern);
         } else {
             options.error = tr("unknown option: %1").arg(argument);
         }
@@ -182,16 +282,61 @@ RKCommandLine::Options RKCommandLine::parse(const QStringList& arguments,
     if (!options.error.isEmpty()) {
         return options;
     }
+    const bool compress = options.command == Command::Compress;
     if (options.command == Command::Profiles) {
-        if (!options.paths.isEmpty() || !options.profile.isEmpty() || !options.dest.isEmpty()
-            || !options.onConflict.isEmpty() || options.passwordStdin) {
+        if (!options.paths.isEmpty() || !options.profile.isEmpty() || profileOptions
+            || options.passwordStdin || options.encoding) {
             options.error = tr("profiles takes no paths or options");
         }
     } else if (options.paths.isEmpty()) {
-        options.error = options.command == Command::Compress ? tr("no files or folders given")
-                                                              : tr("no archives given");
+        options.error = compress ? tr("no files or folders given") : tr("no archives given");
+    } else if ((options.command == Command::List || options.command == Command::Test)
+               && profileOptions) {
+        options.error = tr("%1 takes only --profile, --encoding, --password-stdin, --json and -q")
+                            .arg(command);
+    } else if (options.paths.count(QStringLiteral("-")) > 1) {
+        options.error = tr("standard input (-) can be given once");
+    } else if (compress && options.paths.contains(QStringLiteral("-"))) {
+        options.error = tr("compress takes files and folders, not standard input (-)");
+    } else if (options.passwordStdin && options.paths.contains(QStringLiteral("-"))) {
+        options.error = tr("--password-stdin and an archive on standard input (-) cannot "
+                           "both be read");
+    } else if (!options.output.isEmpty() && !compress) {
+        options.error = tr("-o names the archive that compress makes");
+    } else if (!options.output.isEmpty()
+               && (!options.dest.isEmpty() || options.archiveMode == RKProfileSetting::ArchiveModeMulti)) {
+        options.error = tr("-o makes one archive; it takes no --dest or --one-per-item");
+    } else if (options.quiet && options.verbose) {
+        options.error = tr("-q and -v cannot both be given");
     }
     return options;
+}
+
+std::optional<quint64> RKCommandLine::encodingNamed(const QString& name)
+{
+    const QString wanted = name.trimmed();
+    if (wanted.compare(QStringLiteral("utf-8"), Qt::CaseInsensitive) == 0
+        || wanted.compare(QStringLiteral("utf8"), Qt::CaseInsensitive) == 0) {
+        return 4;
+    }
+    for (const char* alias : {"cp932", "shift-jis", "shift_jis", "sjis", "windows-31j"}) {
+        if (wanted.compare(QLatin1String(alias), Qt::CaseInsensitive) == 0) {
+            return 8;
+        }
+    }
+    const QStringList titles = RKConstants::EncodeNameLists();
+    const QList<qint32> codes = RKConstants::EncodeCodeLists();
+    for (qsizetype i = 0; i < titles.size() && i < codes.size(); ++i) {
+        const QString& title = titles.at(i);
+        const qsizetype dash = title.lastIndexOf(QStringLiteral(" - "));
+        const QStringList forms{title, title.left(dash).trimmed(), title.mid(dash + 3).trimmed()};
+        for (const QString& form : forms) {
+            if (dash >= 0 && form.compare(wanted, Qt::CaseInsensitive) == 0) {
+                return RKConstants::encodingValueFromStored(codes.at(i));
+            }
+        }
+    }
+    return std::nullopt;
 }
 
 std::optional<RKProfileSetting> RKCommandLine::findArchiveProfile(const RKSetting& setting,
@@ -215,6 +360,19 @@ int RKCommandLine::usageError(const QString& message)
 
 int RKCommandLine::run(const Options& options)
 {
+    int status = runCommand(options);
+    // A result that could not be written is not a success (a full disk,
+    // /dev/full); a reader that went away ends the process by SIGPIPE.
+    if (const int failure = RKTerminal::outputError()) {
+        RKTerminal::writeError(tr("mokuza: standard output: %1\n")
+                                   .arg(RKTerminalResultDisplay::systemReason(failure)));
+        status = qMax(status, ExitErrors);
+    }
+    return status;
+}
+
+int RKCommandLine::runCommand(const Options& options)
+{
     if (!options.error.isEmpty()) {
         return usageError(options.error);
     }
@@ -231,6 +389,9 @@ int RKCommandLine::run(const Options& options)
         // files (the application does the same).
         RKLeftovers::removeStale();
         return listProfiles();
+    case Command::List:
+    case Command::Test:
+        return checkArchives(options);
     case Command::Compress:
     case Command::Extract:
         RKLeftovers::removeStale();
@@ -253,6 +414,47 @@ int RKCommandLine::listProfiles()
     return ExitDone;
 }
 
+int RKCommandLine::checkArchives(const Options& options)
+{
+    const RKSetting setting = RKSetting::Setting();
+    const auto profile = options.profile.isEmpty()
+        ? setting.unArchiveProfileWithID(setting.finderDragUnArchiveProfileID)
+        : findUnArchiveProfile(setting, options.profile);
+    if (!profile) {
+        return usageError(tr("no unarchive profile %1; 'mokuza profiles' lists them")
+                              .arg(options.profile));
+    }
+    RKTerminalArchiveCheck::Options check;
+    check.encoding = options.encoding.value_or(profile->sourceEncoding);
+    check.json = options.json;
+    check.quiet = options.quiet;
+    check.interactive = RKTerminal::interactive();
+    QStringList archives = options.paths;
+    std::optional<QTemporaryDir> spool;
+    for (QString& archive : archives) {
+        if (archive == QStringLiteral("-")) {
+            spool.emplace(QDir::tempPath() + QStringLiteral("/mokuza-stdin-XXXXXX"));
+            const QString spooled = spoolStandardInput(*spool);
+            if (spooled.isEmpty()) {
+                return usageError(tr("standard input could not be kept in a temporary file"));
+            }
+            archive = spooled;
+        } else if (!QFileInfo::exists(archive)) {
+            return usageError(tr("no such file or folder: %1").arg(archive));
+        } else if (QFileInfo(archive).isDir()) {
+            return usageError(tr("%1 is a folder, not an archive").arg(archive));
+        }
+    }
+    if (options.passwordStdin) {
+        check.password = RKTerminal::readStandardInputLine();
+        if (!check.password || check.password->isEmpty()) {
+            return usageError(tr("--password-stdin: the password is empty"));
+        }
+    }
+    return options.command == Command::List ? RKTerminalArchiveCheck::list(archives, check)
+                                            : RKTerminalArchiveCheck::test(archives, check);
+}
+
 int RKCommandLine::runJob(const Options& options)
 {
     const bool compress = options.command == Command::Compress;
@@ -260,6 +462,9 @@ int RKCommandLine::runJob(const Options& options)
     // the results; only when none exists is there nothing to do.
     QStringList missing;
     for (const QString& path : options.paths) {
+        if (path == QStringLiteral("-")) {
+            continue;
+        }
         const QFileInfo info(path);
         if (!info.exists() && !info.isSymLink()) {
             missing.append(tr("no such file or folder: %1").arg(path));
@@ -273,6 +478,50 @@ int RKCommandLine::runJob(const Options& options)
     if (!options.dest.isEmpty() && QFileInfo::exists(options.dest)
         && !QFileInfo(options.dest).isDir()) {
         return usageError(tr("--dest %1 is not a folder").arg(options.dest));
+    }
+    // -o: the archive is made in a private folder (beside the file, so that
+    // it is put in place by a rename), then moved there or copied out.
+    const bool toStandardOutput = options.output == QStringLiteral("-");
+    QString outputFile;
+    if (!options.output.isEmpty() && !toStandardOutput) {
+        const QFileInfo target(options.output);
+        if (!target.dir().exists()) {
+            return usageError(tr("-o %1: the folder does not exist").arg(options.output));
+        }
+        outputFile = options.output;
+        if (target.isDir()) {
+            return usageError(tr("-o %1 is a folder").arg(options.output));
+        }
+        if (target.exists() || target.isSymLink()) {
+            if (options.onConflict == QStringLiteral("rename")) {
+                for (int n = 2; QFileInfo::exists(outputFile) || QFileInfo(outputFile).isSymLink(); ++n) {
+                    outputFile = target.dir().filePath(ZipNumberedName::fileName(target.fileName(), n));
+                }
+            } else if (options.onConflict != QStringLiteral("overwrite")) {
+                return usageError(tr("-o %1 exists; give --on-conflict overwrite or rename")
+                                      .arg(options.output));
+            }
+        }
+    }
+    std::optional<QTemporaryDir> made;
+    if (!options.output.isEmpty()) {
+        made.emplace(toStandardOutput
+                         ? QDir::tempPath() + QStringLiteral("/mokuza-out-XXXXXX")
+                         : QFileInfo(outputFile).dir().filePath(QStringLiteral(".mokuza-out-XXXXXX")));
+        if (!made->isValid()) {
+            return usageError(tr("-o: no private folder could be made: %1").arg(made->errorString()));
+        }
+    }
+    std::optional<QTemporaryDir> spool;
+    QStringList paths = options.paths;
+    for (QString& path : paths) {
+        if (path == QStringLiteral("-")) {
+            spool.emplace(QDir::tempPath() + QStringLiteral("/mokuza-stdin-XXXXXX"));
+            path = spoolStandardInput(*spool);
+            if (path.isEmpty()) {
+                return usageError(tr("standard input could not be kept in a temporary file"));
+            }
+        }
     }
 
     const RKSetting setting = RKSetting::Setting();
@@ -305,6 +554,23 @@ int RKCommandLine::runJob(const Options& options)
         if (sameFileName >= 0) {
             archiveProfile.sameFileName = sameFileName;
         }
+        if (options.level >= 0) {
+            archiveProfile.archiveLevel = options.level;
+        }
+        if (options.encoding) {
+            archiveProfile.destEncoding = *options.encoding;
+        }
+        archiveProfile.exclusionFiles += options.excludes;
+        archiveProfile.exclusionFolders += options.excludes;
+        if (options.archiveMode >= 0) {
+            archiveProfile.archiveMode = options.archiveMode;
+        }
+        if (!options.output.isEmpty()) {
+            archiveProfile.archiveMode = RKProfileSetting::ArchiveModeSingle;
+            archiveProfile.saveLocation = RKProfileSetting::SaveLocationStaticFolder;
+            archiveProfile.saveStaticFolderPath = made->path();
+            archiveProfile.sameFileName = RKProfileSetting::SameNameOverwrite;
+        }
         if (options.passwordStdin) {
             // The line is the password of every archive, as typed (no template).
             archiveProfile.passMode = RKProfileSetting::PassModeAnytime;
@@ -330,6 +596,11 @@ int RKCommandLine::runJob(const Options& options)
         if (sameFileName >= 0) {
             unArchiveProfile.sameFileName = sameFileName;
         }
+        if (options.encoding) {
+            unArchiveProfile.sourceEncoding = *options.encoding;
+        }
+        unArchiveProfile.exclusionFiles += options.excludes;
+        unArchiveProfile.exclusionFolders += options.excludes;
         saveLocation = unArchiveProfile.saveLocation;
     }
     if (saveLocation == RKProfileSetting::SaveLocationAnyTime && !interactive) {
@@ -351,7 +622,13 @@ int RKCommandLine::runJob(const Options& options)
     }
 
     RKTerminalProgress progress(RKTerminal::isTerminal(STDERR_FILENO));
-    RKCommandLineHost host(progress, options.showPassword);
+    progress.setQuiet(options.quiet);
+    RKTerminalResultDisplay::Output output;
+    output.showPassword = options.showPassword;
+    output.json = options.json;
+    output.quiet = options.quiet;
+    output.recordsToError = toStandardOutput;
+    RKCommandLineHost host(progress, output);
     RKTerminalPanelService panels(host, interactive);
     RKTerminalPasswordPrompt prompt(host, password, interactive);
     SilentNotifier silent;
@@ -375,9 +652,9 @@ int RKCommandLine::runJob(const Options& options)
     qsizetype runs = 0;
     if (compress) {
         auto archiveJob = RKDispatch::makeArchiveJob(
-            RKDispatch::archiveJobClass(options.paths.size(), archiveProfile.archiveMode,
+            RKDispatch::archiveJobClass(paths.size(), archiveProfile.archiveMode,
                                         saveLocation),
-            options.paths, archiveProfile, nullptr);
+            paths, archiveProfile, nullptr);
         if (archiveJob) {
             QObject::connect(archiveJob.get(), &RKArchiveBase::finished,
                              QCoreApplication::instance(), &QCoreApplication::quit,
@@ -387,7 +664,7 @@ int RKCommandLine::runJob(const Options& options)
         }
     } else {
         auto unArchiveJob = RKDispatch::makeUnArchiveJob(
-            RKDispatch::unArchiveJobClass(options.paths.size(), saveLocation), options.paths,
+            RKDispatch::unArchiveJobClass(paths.size(), saveLocation), paths,
             unArchiveProfile, nullptr);
         if (unArchiveJob) {
             QObject::connect(unArchiveJob.get(), &RKUnArchiveBase::finished,
@@ -402,6 +679,55 @@ int RKCommandLine::runJob(const Options& options)
     }
     QCoreApplication::exec();
     runs = host.endings().size();
+
+    // The archive made for -o goes where it was asked for.
+    QHash<QString, QString> moved;
+    bool outputFailed = false;
+    if (!options.output.isEmpty() && host.stopReason() == RKCommandLineHost::Stop::None) {
+        for (const QString& archive : host.results().destinations()) {
+            if (!archive.startsWith(made->path() + QLatin1Char('/')) || !QFileInfo::exists(archive)) {
+                continue;
+            }
+            if (toStandardOutput) {
+                moved.insert(archive, QStringLiteral("-"));
+                QFile file(archive);
+                if (!file.open(QIODevice::ReadOnly)) {
+                    outputFailed = true;
+                    continue;
+                }
+                while (!file.atEnd() && !outputFailed) {
+                    const QByteArray piece = file.read(1 << 20);
+                    outputFailed = piece.isEmpty() || !RKTerminal::writeOutputBytes(piece.constData(), piece.size());
+                }
+            } else if (::rename(QFile::encodeName(archive).constData(),
+                                QFile::encodeName(outputFile).constData())
+                       == 0) {
+                moved.insert(archive, outputFile);
+            } else {
+                RKTerminal::writeError(tr("mokuza: %1: %2\n")
+                                           .arg(RKTerminal::escapedName(outputFile),
+                                                RKTerminalResultDisplay::systemReason(errno)));
+                outputFailed = true;
+            }
+        }
+    }
+    host.results().print(moved);
+    if (options.verbose) {
+        const RKSetting current = RKSetting::Setting();
+        QStringList listed = compress ? QStringList() : paths;
+        if (compress) {
+            for (const QString& archive : host.results().destinations()) {
+                listed.append(moved.value(archive, archive));
+            }
+        }
+        for (const QString& archive : listed) {
+            if (archive != QStringLiteral("-") && QFileInfo(archive).isFile()) {
+                RKTerminalArchiveCheck::Options names;
+                names.encoding = compress ? archiveProfile.destEncoding : unArchiveProfile.sourceEncoding;
+                RKTerminalArchiveCheck::printNames(archive, names, toStandardOutput);
+            }
+        }
+    }
 
     switch (host.stopReason()) {
     case RKCommandLineHost::Stop::Interrupted: {
@@ -419,6 +745,9 @@ int RKCommandLine::runJob(const Options& options)
     }
     static_assert(RKCommandLineHost::EndingWrongPassword == ExitWrongPassword
                   && RKCommandLineHost::EndingDamaged == ExitDamaged);
+    if (outputFailed) {
+        return ExitErrors;
+    }
     return host.allDone() ? ExitDone : host.failureStatus();
 }
 
@@ -428,36 +757,58 @@ QString RKCommandLine::helpText()
         "Usage: mokuza profiles\n"
         "       mokuza compress [OPTION]... PATH...\n"
         "       mokuza extract [OPTION]... ZIP...\n"
+        "       mokuza list [OPTION]... ZIP...\n"
+        "       mokuza test [OPTION]... ZIP...\n"
         "\n"
         "Compresses files and folders into ZIP archives, or extracts ZIP archives, exactly\n"
         "as a profile of MOKUZA-FULL says (name encoding, level, one archive or one per\n"
         "item, where archives go, names that are taken, left-out names, password). The\n"
         "profiles are the application's own; without --profile the file manager's profile\n"
-        "is used.\n"
+        "is used. The options below change one run, not the profile.\n"
         "\n"
         "Commands:\n"
         "  profiles              list the archive and unarchive profiles with their numbers\n"
         "  compress PATH...      make archives of files and folders\n"
-        "  extract ZIP...        extract archives\n"
+        "  extract ZIP...        extract archives (- reads one from standard input)\n"
+        "  list ZIP...           list the entries: size, packed size, method, date and\n"
+        "                        time, whether encrypted, CRC and name\n"
+        "  test ZIP...           read every entry and check it; nothing is written\n"
         "\n"
         "Options:\n"
         "  --profile NAME|NUMBER  the profile, by name or by its number in 'mokuza profiles'\n"
         "  --dest DIR             put the archives (or the extracted items) in DIR, whatever\n"
         "                         the profile's save location; DIR is made when missing\n"
+        "  -o, --output FILE      compress: make one archive named FILE; - writes it to\n"
+        "                         standard output (the results then go to standard error)\n"
         "  --on-conflict ask|overwrite|rename\n"
         "                         what to do when a name is taken (default: the profile's)\n"
+        "  --level N              compression level 0 (stored) to 9\n"
+        "  --encoding NAME        encoding of entry names: a name of the profile window's\n"
+        "                         list (such as NSShiftJISStringEncoding), utf-8 or cp932\n"
+        "  --exclude PATTERN      leave out files and folders of this name (* and ?, any\n"
+        "                         case); may be repeated\n"
+        "  --one-per-item, --single-archive\n"
+        "                         one archive per item given, or one for all of them\n"
         "  --password-stdin       read the password from the first line of standard input:\n"
-        "                         compress encrypts every archive with it, extract uses it\n"
-        "                         for every encrypted archive\n"
+        "                         compress encrypts every archive with it, extract and test\n"
+        "                         use it for every encrypted archive\n"
         "  --show-password        show passwords in the results instead of ********\n"
+        "  --json                 results as JSON lines: one object per archive (archive,\n"
+        "                         destination, status, errors with codes), or per entry\n"
+        "                         for list\n"
+        "  -q, --quiet            print nothing but errors\n"
+        "  -v, --verbose          also print every item of each archive\n"
         "  --notify               post a desktop notification for every archive\n"
         "  -h, --help             show this help and exit\n"
         "      --version          show the version and exit\n"
         "\n"
         "Where the profile asks (a save location, a taken name, a typed password), mokuza\n"
         "asks on the terminal; without a terminal it refuses and names the option that\n"
-        "answers. Progress goes to standard error: a bar on a terminal, plain lines\n"
-        "elsewhere. The result of every archive goes to standard output.\n"
+        "answers. Progress goes to standard error, measured in bytes: a bar with the\n"
+        "rate and the time left on a terminal, plain lines elsewhere. The result of every\n"
+        "archive goes to standard output; errors go to standard error, each with its path\n"
+        "and the system's reason. Names with control characters are quoted as ls does.\n"
+        "Messages are Japanese under a ja_* locale, English otherwise.\n"
         "\n"
         "An archive gets its name only once it is complete and read back whole; a file\n"
         "of that name stays as it was until then. Paths that do not exist are listed\n"
@@ -469,7 +820,8 @@ QString RKCommandLine::helpText()
         "\n"
         "Exit status:\n"
         "  0    every archive done\n"
-        "  1    done, with other errors (or something cancelled)\n"
+        "  1    done, with other errors (or something cancelled); or standard output\n"
+        "       could not be written\n"
         "  2    bad usage, unknown profile, none of the paths exists, or a question\n"
         "       with no terminal to answer it\n"
         "  3    a password did not fit an encrypted archive (asked up to three times\n"

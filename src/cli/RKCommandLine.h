@@ -23,7 +23,7 @@ public:
     static constexpr int ExitWrongPassword = 3;
     static constexpr int ExitDamaged = 4;
 
-    enum class Command { None, Help, Version, Profiles, Compress, Extract };
+    enum class Command { None, Help, Version, Profiles, Compress, Extract, List, Test };
 
     struct Options {
         Command command = Command::None;
@@ -33,7 +33,15 @@ public:
         bool passwordStdin = false;
         bool showPassword = false;
         bool notify = false;
-        QStringList paths;   // absolute
+        bool quiet = false;   // nothing but errors
+        bool verbose = false; // every item
+        bool json = false;    // results as JSON lines
+        int level = -1;       // 0..9; -1: the profile's
+        std::optional<quint64> encoding; // of entry names; nullopt: the profile's
+        QStringList excludes; // name patterns, added to the profile's
+        int archiveMode = -1; // RKProfileSetting::ArchiveMode*; -1: the profile's
+        QString output;       // the archive: absolute, "-" for standard output, empty: as named
+        QStringList paths;    // absolute; "-" is standard input
         QString error;       // what is wrong with the arguments; empty: nothing
     };
 
@@ -54,8 +62,15 @@ public:
     // The text of --help in the user's language.
     static QString helpText();
 
+    // The encoding value of a name of the encoding list (the whole title, the
+    // part before " - " or the name after it), or utf-8, cp932, shift-jis;
+    // any case. nullopt when none matches.
+    static std::optional<quint64> encodingNamed(const QString& name);
+
 private:
+    static int runCommand(const Options& options);
     static int listProfiles();
+    static int checkArchives(const Options& options);
     static int runJob(const Options& options);
     static int usageError(const QString& message);
 };

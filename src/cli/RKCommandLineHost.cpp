@@ -1,12 +1,12 @@
 #include "cli/RKCommandLineHost.h"
 
 #include "cli/RKTerminalArchiveRunner.h"
-#include "cli/RKTerminalResultDisplay.h"
 #include "cli/RKTerminalUnArchiveRunner.h"
 
-RKCommandLineHost::RKCommandLineHost(RKTerminalProgress& progress, bool showPassword)
+RKCommandLineHost::RKCommandLineHost(RKTerminalProgress& progress,
+                                     const RKTerminalResultDisplay::Output& output)
     : m_progress(progress)
-    , m_results(std::make_unique<RKTerminalResultDisplay>(*this, showPassword))
+    , m_results(std::make_unique<RKTerminalResultDisplay>(*this, output))
 {
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/RKTerminalResultDisplay.h"
 #include "platform/RKJobHost.h"
 
 #include <QList>
@@ -10,7 +11,6 @@
 
 class RKTerminalArchiveRunner;
 class RKTerminalProgress;
-class RKTerminalResultDisplay;
 class RKTerminalUnArchiveRunner;
 
 // What a job of the command line needs of it: terminal runners in place of
@@ -22,8 +22,8 @@ class RKCommandLineHost : public RKJobHost
 public:
     enum class Stop { None, Interrupted, Refused };
 
-    // showPassword: passwords in the results in clear.
-    RKCommandLineHost(RKTerminalProgress& progress, bool showPassword);
+    // output: how the results are printed.
+    RKCommandLineHost(RKTerminalProgress& progress, const RKTerminalResultDisplay::Output& output);
     ~RKCommandLineHost() override;
 
     QObject* mainWindow() override { return nullptr; }
@@ -55,6 +55,7 @@ public:
 
     // The results shown, empty until the job showed them.
     bool resultsShown() const;
+    RKTerminalResultDisplay& results() { return *m_results; }
     // Whether every run ended without errors and without a cancel, and the
     // results hold no error of the job's own (a path that did not exist).
     bool allDone() const;

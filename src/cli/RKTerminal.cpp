@@ -16,28 +16,47 @@
 namespace {
 
 bool g_statusLineShown = false;
+int g_outputError = 0;
 
 // The terminal and its settings while a password is read with echo off, for
 // the signal handler that ends the process meanwhile.
 volatile sig_atomic_t g_echoOffFd = -1;
 struct termios g_savedTermios;
 
-void writeAll(int fd, const QByteArray& bytes)
+// errno of the failure; 0 when everything was written.
+int writeAll(int fd, const char* data, qsizetype size)
 {
     qsizetype done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
+    while (done < size) {
+        const ssize_t n = ::write(fd, data + done, size_t(size - done));
         if (n < 0 && errno == EINTR) {
             continue;
         }
         if (n <= 0) {
-            return;
+            return n < 0 ? errno : EIO;
         }
         done += n;
     }
+    return 0;
+}
+
+void writeAll(int fd, const QByteArray& bytes)
+{
+    writeAll(fd, bytes.constData(), bytes.size());
 }
 
 } // namespace
+
+bool RKTerminal::japaneseMessages()
+{
+    for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const QByteArray value = qgetenv(name);
+        if (!value.isEmpty()) {
+            return value.startsWith("ja");
+        }
+    }
+    return false;
+}
 
 bool RKTerminal::isTerminal(int fd)
 {
@@ -155,8 +174,60 @@ std::optional<QString> RKTerminal::readStandardInputLine()
 
 void RKTerminal::writeOutput(const QString& text)
 {
+    const QByteArray bytes = text.toUtf8();
+    writeOutputBytes(bytes.constData(), bytes.size());
+}
+
+bool RKTerminal::writeOutputBytes(const char* data, qsizetype size)
+{
+    if (g_outputError != 0) {
+        return false;
+    }
     std::fflush(stdout);
-    writeAll(STDOUT_FILENO, text.toUtf8());
+    g_outputError = writeAll(STDOUT_FILENO, data, size);
+    return g_outputError == 0;
+}
+
+int RKTerminal::outputError()
+{
+    return g_outputError;
+}
+
+QString RKTerminal::escapedName(const QString& name)
+{
+    bool control = false;
+    for (const QChar c : name) {
+        control = control || c.unicode() < 0x20 || c.unicode() == 0x7f;
+    }
+    if (!control) {
+        return name;
+    }
+    QString text;
+    bool quoted = false;
+    for (const QChar c : name) {
+        const char16_t u = c.unicode();
+        if (u < 0x20 || u == 0x7f) {
+            if (quoted) {
+                text += QLatin1Char('\'');
+                quoted = false;
+            }
+            static const char* const named[] = {"\\a", "\\b", "\\t", "\\n", "\\v", "\\f", "\\r"};
+            text += QStringLiteral("$'")
+                + (u >= 7 && u <= 13 ? QString::fromLatin1(named[u - 7])
+                                     : QString::asprintf("\\%03o", unsigned(u)))
+                + QLatin1Char('\'');
+            continue;
+        }
+        if (!quoted) {
+            text += QLatin1Char('\'');
+            quoted = true;
+        }
+        text += u == u'\'' ? QStringLiteral("'\\''") : QString(c);
+    }
+    if (quoted) {
+        text += QLatin1Char('\'');
+    }
+    return text;
 }
 
 void RKTerminal::writeError(const QString& text)

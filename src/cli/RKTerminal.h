@@ -26,13 +26,26 @@ public:
     // input ends before a line.
     static std::optional<QString> readStandardInputLine();
 
+    // What goes to standard output: a failed write (a full disk, /dev/full)
+    // is remembered, and later writes are not tried.
     static void writeOutput(const QString& text);
+    static bool writeOutputBytes(const char* data, qsizetype size);
     static void writeError(const QString& text);
+    // errno of the first write to standard output that failed; 0: none.
+    static int outputError();
+
+    // A name as `ls` shows it: as it is when it holds no control character,
+    // else quoted for the shell with $'\n' for each control character.
+    static QString escapedName(const QString& name);
 
     // A status line that is redrawn in place is on standard error: writing
     // anything else first clears it.
     static void setStatusLineShown(bool shown);
     static void clearStatusLine();
+
+    // Whether messages are Japanese: the first of LANGUAGE, LC_ALL,
+    // LC_MESSAGES and LANG that is set starts with "ja" (as gettext reads it).
+    static bool japaneseMessages();
 
     // Puts back the terminal's echo if a password read turned it off. Safe
     // in a signal handler.

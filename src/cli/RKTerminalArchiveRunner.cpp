@@ -31,13 +31,14 @@ bool RKTerminalArchiveRunner::stopRequested() const
 
 void RKTerminalArchiveRunner::archiveStarted(int total)
 {
-    m_progress.show(0, total, QString());
+    m_progress.show(0, total, 0, progress().total, QString());
 }
 
 void RKTerminalArchiveRunner::changeProgress()
 {
     const Progress latest = progress();
-    m_progress.show(latest.value, int(filePaths().size()), latest.fileName);
+    m_progress.show(latest.value, int(filePaths().size()), latest.done, latest.total,
+                    latest.fileName);
 }
 
 void RKTerminalArchiveRunner::archiveClosed(int code)

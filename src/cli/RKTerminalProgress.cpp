@@ -1,6 +1,7 @@
 #include "cli/RKTerminalProgress.h"
 
 #include "cli/RKTerminal.h"
+#include "platform/RKWorkProgress.h"
 
 #include <QLocale>
 
@@ -68,29 +69,30 @@ void RKTerminalProgress::begin(const QString& phase, const QString& label)
     m_lastTenth = -1;
     m_value = 0;
     m_total = 0;
+    m_done = 0;
+    m_work = 0;
+    m_drawnPermille = -1;
+    m_drawnValue = -1;
 }
 
-QString RKTerminalProgress::duration(qint64 seconds)
+QString RKTerminalProgress::rateText(double bytesPerSecond)
 {
-    const qint64 h = seconds / 3600;
-    const qint64 m = seconds / 60 % 60;
-    const qint64 s = seconds % 60;
-    return h > 0 ? QString::asprintf("%lld:%02lld:%02lld", h, m, s)
-                 : QString::asprintf("%lld:%02lld", m, s);
+    return bytesPerSecond < 1e6 ? QString::asprintf("%.0f kB/s", bytesPerSecond / 1e3)
+                                : QString::asprintf("%.1f MB/s", bytesPerSecond / 1e6);
 }
 
 QString RKTerminalProgress::barLine(const QString& phase, const QString& label, int value,
-                                    int total, double rate, int columns)
+                                    int total, double share, double rate, qint64 secondsLeft,
+                                    int columns)
 {
-    const double share = total > 0 ? qBound(0.0, double(value) / double(total), 1.0) : 1.0;
+    share = qBound(0.0, share, 1.0);
     QString figures = QStringLiteral("] ") + QString::asprintf("%5.1f%%", share * 100.0)
         + QLatin1Char(' ') + count(value) + QLatin1Char('/') + count(total);
     if (rate > 0.0) {
-        figures += QLatin1Char(' ') + tr("%1 items/s").arg(count(int(rate + 0.5)));
-        if (value < total) {
-            figures += QLatin1Char(' ')
-                + tr("%1 left").arg(duration(qint64(double(total - value) / rate + 0.5)));
-        }
+        figures += QLatin1Char(' ') + rateText(rate);
+    }
+    if (secondsLeft >= 0 && share < 1.0) {
+        figures += QLatin1Char(' ') + tr("%1 left").arg(RKWorkProgress::duration(secondsLeft));
     }
     // The figures matter more than the bar's length, and both more than the
     // whole archive name: the bar gives way first, then the name.
@@ -102,38 +104,45 @@ QString RKTerminalProgress::barLine(const QString& phase, const QString& label, 
     if (width(label) > labelRoom && labelRoom >= 4) {
         shownLabel = fitted(label, labelRoom - 1) + QChar(0x2026);
     }
-    const int filled = int(share * barWidth);
+    const int filled = int(share * barWidth + 1e-6);
     const QString line = phase + QLatin1Char(' ') + shownLabel + QStringLiteral(" [")
         + QString(filled, QLatin1Char('#')) + QString(barWidth - filled, QLatin1Char('-'))
         + figures;
     return fitted(line, room);
 }
 
-void RKTerminalProgress::show(int value, int total, const QString&)
+void RKTerminalProgress::show(int value, int total, quint64 done, quint64 work, const QString&)
 {
+    if (m_quiet) {
+        return;
+    }
     m_value = value;
     m_total = total;
+    m_done = done;
+    m_work = work;
     const qint64 elapsed = m_started.elapsed();
-    const double rate = elapsed >= kRateAfterMs && value > 0 ? value * 1000.0 / double(elapsed) : -1.0;
+    const double share = RKWorkProgress::share(done, work);
+    const double rate = elapsed >= kRateAfterMs && done > 0 ? done * 1000.0 / double(elapsed) : -1.0;
+    const qint64 left = RKWorkProgress::secondsLeft(done, work, elapsed);
     if (m_bar) {
-        const bool sameAsShown = m_shown && value == m_drawnValue && total == m_drawnTotal;
-        if (sameAsShown
-            || (m_lastDrawn.isValid() && m_lastDrawn.elapsed() < kRedrawMs && value < total)) {
+        const int permille = int(share * 1000 + 1e-6);
+        const bool sameAsShown = m_shown && permille == m_drawnPermille && value == m_drawnValue;
+        if (sameAsShown || (m_lastDrawn.isValid() && m_lastDrawn.elapsed() < kRedrawMs && share < 1.0)) {
             return;
         }
+        m_drawnPermille = permille;
         m_drawnValue = value;
-        m_drawnTotal = total;
         m_lastDrawn.start();
         RKTerminal::setStatusLineShown(false); // redrawn over, not cleared first
         RKTerminal::writeError(QStringLiteral("\r")
-                               + barLine(m_phase, m_label, value, total, rate,
+                               + barLine(m_phase, m_label, value, total, share, rate, left,
                                          RKTerminal::columns())
                                + QStringLiteral("\x1b[K"));
         RKTerminal::setStatusLineShown(true);
         m_shown = true;
         return;
     }
-    const int tenth = total > 0 ? int(qint64(value) * 10 / total) : 10;
+    const int tenth = int(share * 10 + 1e-6);
     if (tenth == m_lastTenth) {
         return;
     }
@@ -143,22 +152,25 @@ void RKTerminalProgress::show(int value, int total, const QString&)
                        .arg(tenth * 10)
                        .arg(count(value), count(total));
     if (rate > 0.0) {
-        line += QLatin1Char(' ') + tr("%1 items/s").arg(count(int(rate + 0.5)));
+        line += QLatin1Char(' ') + rateText(rate);
+    }
+    if (left >= 0 && tenth < 10) {
+        line += QLatin1Char(' ') + tr("%1 left").arg(RKWorkProgress::duration(left));
     }
     RKTerminal::writeError(line + QLatin1Char('\n'));
 }
 
 void RKTerminalProgress::finish()
 {
-    if (m_bar && m_shown) {
+    if (m_bar && m_shown && !m_quiet) {
         // The finished phase stays on screen with its final figures.
         m_lastDrawn.invalidate();
         const qint64 elapsed = m_started.elapsed();
         RKTerminal::setStatusLineShown(false);
         RKTerminal::writeError(
             QStringLiteral("\r")
-            + barLine(m_phase, m_label, m_value, m_total,
-                      elapsed > 0 && m_value > 0 ? m_value * 1000.0 / double(elapsed) : -1.0,
+            + barLine(m_phase, m_label, m_value, m_total, RKWorkProgress::share(m_done, m_work),
+                      elapsed > 0 && m_done > 0 ? m_done * 1000.0 / double(elapsed) : -1.0, -1,
                       RKTerminal::columns())
             + QStringLiteral("\x1b[K\n"));
     }

@@ -3,11 +3,73 @@
 #include "cli/RKCommandLineHost.h"
 #include "cli/RKTerminal.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 #include <cerrno>
 
-RKTerminalResultDisplay::RKTerminalResultDisplay(const RKCommandLineHost& host, bool showPassword)
+namespace {
+
+QString statusWord(int ending, const RKProcessResultInfo& result)
+{
+    return ending == -2 ? QStringLiteral("not-started")
+        : ending == -1  ? QStringLiteral("cancelled")
+        : result.hasErrors() ? QStringLiteral("errors")
+                             : QStringLiteral("done");
+}
+
+// The messages of the windows are Japanese; elsewhere these say the same.
+QString englishDescription(const RQError& error)
+{
+    switch (error.family()) {
+    case RQError::Family::Archiver:
+        switch (error.code()) {
+        case 1: return QStringLiteral("The item was not found.");
+        case 2: return QStringLiteral("Adding the file to the archive failed.");
+        case 4: return QStringLiteral("The name has no form in the archive's encoding, so it was stored as \"-\".");
+        case 5: return QStringLiteral("The written archive failed its check; it may be damaged.");
+        case 6: return QStringLiteral("Characters the archive's encoding lacks were stored as \"_\".");
+        case 7: return QStringLiteral("An item of the same name is in the archive, so the name was numbered.");
+        case 8: return QStringLiteral("The item could not be read.");
+        case 9: return QStringLiteral("Items that are neither files nor folders (pipes, sockets, devices) cannot be stored.");
+        case 10: return QStringLiteral("The link's target does not exist.");
+        case 11: return QStringLiteral("The archive could not be written.");
+        case 12: return QStringLiteral("Nothing could be stored, so no archive was made.");
+        case 200: return QStringLiteral("The archive is larger than 4 GB; it may be damaged.");
+        case 999: return QStringLiteral("Unknown error.");
+        }
+        break;
+    case RQError::Family::UnArchiver:
+        switch (error.code()) {
+        case 1: return QStringLiteral("The item was not found.");
+        case 2: return QStringLiteral("The archive could not be opened: it is damaged, or check the password and the encoding.");
+        case 3: return QStringLiteral("The entry could not be extracted.");
+        case 4: return QStringLiteral("The entry count recorded in the archive differs from its entries; it may be damaged.");
+        case 5: return QStringLiteral("An item of the same name is in the archive, so it was extracted under a numbered name.");
+        case 6: return QStringLiteral("The link was not made: its target is outside the destination folder.");
+        case 7: return QStringLiteral("The password is wrong.");
+        case 999: return QStringLiteral("Unknown error.");
+        }
+        break;
+    case RQError::Family::FileCopy:
+        switch (error.code()) {
+        case 1: return QStringLiteral("The destination folder could not be made.");
+        case 2: return QStringLiteral("Moving the extracted item failed.");
+        }
+        break;
+    }
+    return QStringLiteral("The operation could not be completed (%1 error %2).")
+        .arg(error.domain())
+        .arg(error.code());
+}
+
+} // namespace
+
+RKTerminalResultDisplay::RKTerminalResultDisplay(const RKCommandLineHost& host,
+                                                 const Output& output)
     : m_host(host)
-    , m_showPassword(showPassword)
+    , m_output(output)
 {
 }
 
@@ -17,7 +79,38 @@ void RKTerminalResultDisplay::showResults(QObject*, const QList<RKProcessResultI
     for (const RKProcessResultInfo& result : results) {
         m_hasErrors = m_hasErrors || result.hasErrors();
     }
-    RKTerminal::writeOutput(format(results, m_host.endings(), m_showPassword));
+    m_results = results;
+    m_endings = m_host.endings();
+}
+
+QStringList RKTerminalResultDisplay::destinations() const
+{
+    QStringList paths;
+    for (const RKProcessResultInfo& result : m_results) {
+        paths.append(result.destPath.stringValue);
+    }
+    return paths;
+}
+
+void RKTerminalResultDisplay::print(const QHash<QString, QString>& moved) const
+{
+    QList<RKProcessResultInfo> results = m_results;
+    for (RKProcessResultInfo& result : results) {
+        result.destPath.stringValue = moved.value(result.destPath.stringValue,
+                                                  result.destPath.stringValue);
+    }
+    RKTerminal::writeError(formatErrors(results));
+    if (m_output.quiet && !m_output.json) {
+        return;
+    }
+    const QString records = m_output.json
+        ? formatJson(results, m_endings, m_output.showPassword)
+        : format(results, m_endings, m_output.showPassword);
+    if (m_output.recordsToError) {
+        RKTerminal::writeError(records);
+    } else {
+        RKTerminal::writeOutput(records);
+    }
 }
 
 QString RKTerminalResultDisplay::format(const QList<RKProcessResultInfo>& results,
@@ -27,8 +120,9 @@ QString RKTerminalResultDisplay::format(const QList<RKProcessResultInfo>& result
     for (qsizetype i = 0; i < results.size(); ++i) {
         const RKProcessResultInfo& result = results[i];
         const int ending = endings.value(i, -2);
-        text += result.title + QLatin1Char('\n');
-        text += QStringLiteral("  ") + tr("destination: %1").arg(result.destPath.stringValue)
+        text += RKTerminal::escapedName(result.title) + QLatin1Char('\n');
+        text += QStringLiteral("  ")
+            + tr("destination: %1").arg(RKTerminal::escapedName(result.destPath.stringValue))
             + QLatin1Char('\n');
         if (result.password.leftEmpty()) {
             text += QStringLiteral("  ") + tr("password: none (it was empty), not encrypted")
@@ -49,20 +143,70 @@ QString RKTerminalResultDisplay::format(const QList<RKProcessResultInfo>& result
                                             : tr("done");
         text += QStringLiteral("  ") + tr("status: %1").arg(status) + QLatin1Char('\n');
         if (result.hasErrors()) {
-            text += QStringLiteral("  ") + tr("errors (%1):").arg(result.errors.items.size())
+            text += QStringLiteral("  ") + tr("errors: %1").arg(result.errors.items.size())
                 + QLatin1Char('\n');
-            for (const RQError& error : result.errors.items) {
-                QString message = error.localizedDescription();
-                if (error.systemError() != 0) {
-                    message = tr("%1 (%2)").arg(message, systemReason(error.systemError()));
-                }
-                text += QStringLiteral("    [%1] %2: %3\n")
-                            .arg(error.code())
-                            .arg(error.localizedRecoverySuggestion(), message);
-            }
         }
     }
     return text;
+}
+
+QString RKTerminalResultDisplay::formatJson(const QList<RKProcessResultInfo>& results,
+                                            const QList<int>& endings, bool showPassword)
+{
+    QString text;
+    for (qsizetype i = 0; i < results.size(); ++i) {
+        const RKProcessResultInfo& result = results[i];
+        QJsonObject record{{QStringLiteral("archive"), result.title},
+                           {QStringLiteral("destination"), result.destPath.stringValue},
+                           {QStringLiteral("status"), statusWord(endings.value(i, -2), result)}};
+        if (!result.verify.crc.isNull()) {
+            record.insert(QStringLiteral("crc"), result.verify.crc);
+        }
+        if (!result.password.stringValue.isNull() || result.password.leftEmpty()) {
+            record.insert(QStringLiteral("encrypted"), !result.password.leftEmpty());
+            if (showPassword && !result.password.leftEmpty()) {
+                record.insert(QStringLiteral("password"), result.password.stringValue);
+            }
+        }
+        QJsonArray errors;
+        for (const RQError& error : result.errors.items) {
+            QJsonObject item{{QStringLiteral("code"), error.code()},
+                             {QStringLiteral("path"), error.localizedRecoverySuggestion()},
+                             {QStringLiteral("message"), description(error)}};
+            if (error.systemError() != 0) {
+                item.insert(QStringLiteral("errno"), error.systemError());
+                item.insert(QStringLiteral("reason"), systemReason(error.systemError()));
+            }
+            errors.append(item);
+        }
+        record.insert(QStringLiteral("errors"), errors);
+        text += QString::fromUtf8(QJsonDocument(record).toJson(QJsonDocument::Compact))
+            + QLatin1Char('\n');
+    }
+    return text;
+}
+
+QString RKTerminalResultDisplay::formatErrors(const QList<RKProcessResultInfo>& results)
+{
+    QString text;
+    for (const RKProcessResultInfo& result : results) {
+        for (const RQError& error : result.errors.items) {
+            QString message = description(error);
+            if (error.systemError() != 0) {
+                message = tr("%1 (%2)").arg(message, systemReason(error.systemError()));
+            }
+            text += QStringLiteral("mokuza: [%1] %2: %3\n")
+                        .arg(error.code())
+                        .arg(RKTerminal::escapedName(error.localizedRecoverySuggestion()), message);
+        }
+    }
+    return text;
+}
+
+QString RKTerminalResultDisplay::description(const RQError& error)
+{
+    return RKTerminal::japaneseMessages() ? error.localizedDescription()
+                                          : englishDescription(error);
 }
 
 QString RKTerminalResultDisplay::systemReason(int errnum)

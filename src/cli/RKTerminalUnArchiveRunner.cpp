@@ -49,7 +49,7 @@ void RKTerminalUnArchiveRunner::changeProgress()
         m_progress.begin(latest.phase == Phase::UnArchive ? tr("extracting") : tr("placing"),
                          m_label);
     }
-    m_progress.show(latest.value, latest.total, latest.fileName);
+    m_progress.show(latest.value, latest.total, latest.done, latest.workTotal, latest.fileName);
 }
 
 int RKTerminalUnArchiveRunner::endingOf(const QList<RQError>& errors)

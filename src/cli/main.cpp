@@ -1,4 +1,5 @@
 #include "cli/RKCommandLine.h"
+#include "cli/RKTerminal.h"
 #include "cli/RKTerminalSettingNotice.h"
 #include "platform/RKAppInfo.h"
 #include "settings/RKKeychainSecretStore.h"
@@ -8,19 +9,6 @@
 #include <QTranslator>
 
 namespace {
-
-// The language of messages as gettext reads it: the first of these that is
-// set decides.
-bool japaneseMessages()
-{
-    for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
-        const QByteArray value = qgetenv(name);
-        if (!value.isEmpty()) {
-            return value.startsWith("ja");
-        }
-    }
-    return false;
-}
 
 // Installed beside the help page; in the build tree beside the program.
 void installTranslation(QCoreApplication& app)
@@ -46,7 +34,7 @@ int main(int argc, char** argv)
     QCoreApplication::setOrganizationName(RKAppInfo::organizationName());
     QCoreApplication::setApplicationName(RKAppInfo::applicationName());
     QCoreApplication::setApplicationVersion(QStringLiteral(MOKUZA_VERSION));
-    if (japaneseMessages()) {
+    if (RKTerminal::japaneseMessages()) {
         installTranslation(app);
     }
     RKTerminalSettingNotice settingNotice;

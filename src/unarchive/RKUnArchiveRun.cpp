@@ -6,10 +6,17 @@
 #include "platform/RKTaskbarProgress.h"
 #include "settings/RKPasswordPrompt.h"
 
+#include "zip/ZipCentralDirectory.h"
+
+#include <QFile>
 #include <QMetaObject>
 #include <QTimer>
 
 #include <algorithm>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -17,6 +24,27 @@ constexpr qint64 kUpdateSpacingMs = 30;
 
 // Tries at the password of an encrypted archive.
 constexpr int kPasswordAttempts = 3;
+// The uncompressed size of every entry, in the order of the listing.
+std::optional<QList<quint64>> entrySizes(const QString& archivePath)
+{
+    const int fd = ::open(QFile::encodeName(archivePath).constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return std::nullopt;
+    }
+    ZipCentralDirectory directory;
+    struct stat info {};
+    const bool read = ::fstat(fd, &info) == 0 && directory.read(fd, info.st_size);
+    ::close(fd);
+    if (!read) {
+        return std::nullopt;
+    }
+    QList<quint64> sizes;
+    sizes.reserve(qsizetype(directory.records().size()));
+    for (const ZipCentralRecord& record : directory.records()) {
+        sizes.append(record.uncompressedSize);
+    }
+    return sizes;
+}
 
 // Of a run's share on the task bar, extraction takes this much and placement
 // the rest: placing is mostly renaming within one file system.
@@ -54,7 +82,25 @@ QString RKUnArchiveRun::usedPassword() const
 RKUnArchiveRun::Progress RKUnArchiveRun::progress() const
 {
     const std::lock_guard<std::mutex> locker(m_lock);
-    return {m_phase, m_reported, prgValue, totalValue, prgFileName};
+    const bool bytes = m_phase == Phase::UnArchive && m_work.known() && m_work.count() == totalValue;
+    return {m_phase,
+            m_reported,
+            prgValue,
+            totalValue,
+            prgFileName,
+            bytes ? m_done : quint64(prgValue),
+            bytes ? m_work.total() : quint64(totalValue),
+            m_phaseStarted.isValid() ? m_phaseStarted.elapsed() : 0};
+}
+
+double RKUnArchiveRun::Progress::share() const
+{
+    return RKWorkProgress::share(done, workTotal);
+}
+
+qint64 RKUnArchiveRun::Progress::secondsLeft() const
+{
+    return RKWorkProgress::secondsLeft(done, workTotal, elapsedMs);
 }
 
 QString RKUnArchiveRun::progressTitle(Phase phase, int value, int total)
@@ -88,6 +134,13 @@ void RKUnArchiveRun::doUnArchive(const QString& archivePath,
         prgValue = 0;
         totalValue = 0;
         prgFileName.clear();
+        m_done = 0;
+        // The entries' sizes, so that the share follows the bytes from the
+        // first entry on; an archive that does not list leaves the items.
+        m_work.clear();
+        if (const std::optional<QList<quint64>> sizes = entrySizes(archivePath)) {
+            m_work.reset(*sizes);
+        }
     }
     m_usedPassword = QString();
 
@@ -163,6 +216,13 @@ void RKUnArchiveRun::moveTempToSaveFolder()
 
 void RKUnArchiveRun::extractionFinished()
 {
+    {
+        // The last entry's end is not reported by the reader: the phase is
+        // shown complete before the next one begins.
+        const std::lock_guard<std::mutex> locker(m_lock);
+        m_done = m_work.total();
+    }
+    showProgress();
     // Names numbered or links left out are reported, and the rest is placed.
     const QList<RQError> errors = unArchiver->errors();
     if (m_cancelRequested) {
@@ -219,12 +279,21 @@ void RKUnArchiveRun::storeProgress(Phase phase, int value, int total, const QStr
 {
     {
         const std::lock_guard<std::mutex> locker(m_lock);
+        if (!m_reported || m_phase != phase) {
+            m_phaseStarted.start();
+        }
+        m_done = m_work.doneAt(value - 1);
         m_phase = phase;
         m_reported = true;
         prgValue = value;
         totalValue = total;
         prgFileName = fileName;
     }
+    postUpdate();
+}
+
+void RKUnArchiveRun::postUpdate()
+{
     // One display update waits at a time and shows the latest values, so a
     // fast run skips values but never shows them out of order. Updates are
     // spaced by a frame or two: redrawing for each of thousands of small
@@ -242,12 +311,21 @@ void RKUnArchiveRun::storeProgress(Phase phase, int value, int total, const QStr
     }
 }
 
+void RKUnArchiveRun::unArchiverArchiveProgressInFile(RQUnZipArchiver*, quint64 progress, quint64,
+                                                     const QString&)
+{
+    {
+        const std::lock_guard<std::mutex> locker(m_lock);
+        m_done = m_work.doneAt(prgValue - 1, progress);
+    }
+    postUpdate();
+}
+
 void RKUnArchiveRun::showProgress()
 {
     const Progress latest = progress();
     if (latest.reported) {
-        const double phaseShare =
-            latest.total == 0 ? 1.0 : double(latest.value) / double(latest.total);
+        const double phaseShare = latest.share();
         RKTaskbarProgress::progressOfArchive(
             latest.phase == Phase::UnArchive
                 ? phaseShare * kExtractionShare

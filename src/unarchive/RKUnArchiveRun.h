@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/RKMainThreadQueue.h"
+#include "platform/RKWorkProgress.h"
 
 #include "settings/RKUnArchiveProfileSetting.h"
 #include "unarchive/RKFileCopyUtil.h"
@@ -61,12 +62,20 @@ public:
 
     // The latest progress of the current phase, read at once; reported is
     // false until a phase of this run has reported.
+    // done of workTotal: the phase's work, in bytes of the entries'
+    // sizes (RKWorkProgress) while extracting, in items while placing.
     struct Progress {
         Phase phase = Phase::UnArchive;
         bool reported = false;
         int value = 0;
         int total = 0;
         QString fileName;
+        quint64 done = 0;
+        quint64 workTotal = 0;
+        qint64 elapsedMs = 0;
+        double share() const;
+        // -1 while not known.
+        qint64 secondsLeft() const;
     };
     Progress progress() const;
 
@@ -91,6 +100,8 @@ private:
     void unArchiverArchiveStarted(RQUnZipArchiver* unarchiver, int total) override;
     void unArchiverArchiveProgress(RQUnZipArchiver* unarchiver, int progress, int total,
                                    const QString& unArchivingFileName) override;
+    void unArchiverArchiveProgressInFile(RQUnZipArchiver* unarchiver, quint64 progress,
+                                         quint64 total, const QString& sourceFileName) override;
     void unArchiverArchiveFinished(RQUnZipArchiver* unarchiver,
                                    const QString& unArchiveFilePath) override;
     void unArchiverArchiveCancelled(RQUnZipArchiver* unarchiver) override;
@@ -116,6 +127,8 @@ private:
     // arrives after its run was closed does nothing.
     void postClose(Ending ending);
     void storeProgress(Phase phase, int value, int total, const QString& fileName);
+    // Any thread: asks for a display update, spaced.
+    void postUpdate();
     // Main thread: the display and the task bar.
     void showProgress();
 
@@ -138,6 +151,9 @@ private:
     int prgValue = 0;
     int totalValue = 0;
     QString prgFileName;
+    quint64 m_done = 0;
+    RKWorkProgress m_work; // the entries' sizes, read before extraction
+    QElapsedTimer m_phaseStarted;
     QList<RQError> m_errors;
 
     // Lives on the main thread: the target of every post.

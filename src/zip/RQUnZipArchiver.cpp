@@ -226,6 +226,12 @@ void RQUnZipArchiver::unArchive(const QString& destination, const QString& passw
         return;
     }
     run->unArchiveFiles = *names;
+    Private* owner = d.get();
+    run->zip.setProgressBlock([owner](const QString& path, quint64 done, quint64 size) {
+        owner->notify([&](RQUnZipArchiverDelegate* receiver) {
+            receiver->unArchiverArchiveProgressInFile(owner->q, done, size, path);
+        });
+    });
     run->archiveProgress = 0;
     run->basePath = localPath(destination);
 

@@ -19,7 +19,8 @@ public:
     // At the start of each step: progress = index + 1, the entry name as listed.
     virtual void unArchiverArchiveProgress(RQUnZipArchiver* unarchiver, int progress, int total,
                                            const QString& unArchivingFileName);
-    // Never sent; declared for symmetry with the archiver.
+    // While a large entry is extracted (every few MiB): bytes written so far,
+    // the entry's size, the path written.
     virtual void unArchiverArchiveProgressInFile(RQUnZipArchiver* unarchiver, quint64 progress,
                                                  quint64 total, const QString& sourceFileName);
     // Once per run: after the last entry, after an open or listing failure, or

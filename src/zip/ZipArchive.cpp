@@ -47,6 +47,7 @@ constexpr size_t kWriteBufferSize = 16384;
 constexpr qsizetype kHoleSize = 4096;
 constexpr quint64 kUtf8 = 4;
 constexpr quint64 kShiftJIS = 8;
+constexpr qint64 kExtractProgressStep = 4 << 20;
 constexpr quint16 kUtf8Flag = 0x0800;
 // "Version made by": Unix, specification 3.0, as Info-ZIP's zip writes it.
 constexpr uLong kMadeByUnix = (3 << 8) | 30;
@@ -1265,6 +1266,7 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
     d->_unzippedFiles.append(outputPath);
 
     qint64 written = 0;
+    qint64 reported = 0;
     bool endsInHole = false;
     bool writeFailed = false;
     const ZipEntryReader::Result result =
@@ -1278,6 +1280,12 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
                 return false;
             }
             written += size;
+            // Every few megabytes, so that a large entry's progress moves and
+            // a small one costs nothing.
+            if (d->_progressBlock && written - reported >= kExtractProgressStep) {
+                reported = written;
+                d->_progressBlock(outputPath, quint64(written), record.uncompressedSize);
+            }
             return true;
         });
     const bool complete = result == ZipEntryReader::Result::Ok

@@ -222,6 +222,8 @@ public:
     void setPassword(const QString& password);
     ZipArchiveDelegate* delegate() const;
     void setDelegate(ZipArchiveDelegate* delegate);
+    // Also called while a file entry is extracted, every 4 MiB written: (the
+    // path written, bytes written so far, the entry's stated size).
     ProgressBlock progressBlock() const;
     void setProgressBlock(const ProgressBlock& block);
     int compression() const;

@@ -10,12 +10,16 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QSet>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
+#include <functional>
 
 namespace {
 
@@ -54,7 +58,8 @@ protected:
         process.closeWriteChannel();
         EXPECT_TRUE(process.waitForFinished(300000));
         EXPECT_EQ(process.exitStatus(), status);
-        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+        lastOutput = process.readAllStandardOutput();
+        return {process.exitCode(), QString::fromUtf8(lastOutput),
                 QString::fromUtf8(err + process.readAllStandardError())};
     }
 
@@ -97,6 +102,7 @@ protected:
     QProcess process;
     QProcessEnvironment extraEnvironment;
     QByteArray err; // read while waiting for a line
+    QByteArray lastOutput; // the last run's standard output as bytes
 };
 
 // ---------------------------------------------------------------------------
@@ -176,6 +182,194 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---------------------------------------------------------------------------
+// What scripts lean on: list, test, -q, --json, the overrides, "-" on both
+// sides, the exit statuses, errors on standard error, the locale's language.
+
+// Made for every row: src/ (a.txt, b.log, sub/c.txt), ok.zip (deflated),
+// crc.zip (a stored entry with one byte changed), enc.zip (right).
+constexpr const char* kScriptArchives = R"(
+import os, zipfile
+os.makedirs('src/sub', exist_ok=True)
+for name, data in (('src/a.txt', b'alpha' * 100), ('src/b.log', b'log'), ('src/sub/c.txt', b'c')):
+    open(name, 'wb').write(data)
+with zipfile.ZipFile('ok.zip', 'w', zipfile.ZIP_DEFLATED) as z:
+    z.writestr('ok/a.txt', b'alpha' * 100)
+    z.writestr('ok/a\nb.txt', b'newline')
+with zipfile.ZipFile('crc.zip', 'w', zipfile.ZIP_STORED) as z:
+    z.writestr('crc.txt', b'0123456789' * 10)
+data = bytearray(open('crc.zip', 'rb').read())
+data[data.index(b'0123456789') + 5] ^= 1
+open('crc.zip', 'wb').write(data)
+)";
+
+struct ScriptCase {
+    const char* name;
+    QStringList arguments;
+    int exit;
+    const char* out; // contained in standard output ("<empty>": it is empty; "": anything)
+    const char* err; // contained in standard error (the same)
+    QByteArray lang = "C.UTF-8";
+    QByteArray input = {};
+    // After the run, with the test's folder: "" when all is well, else what is wrong.
+    std::function<QString(const QString&, const QByteArray&)> check = {};
+    bool outputToFull = false; // standard output is /dev/full
+};
+
+void PrintTo(const ScriptCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class Script : public CommandLine, public ::testing::WithParamInterface<ScriptCase> {};
+
+// A zip readable by Python with exactly these names.
+QString holdsNames(const QString& zip, const QStringList& names)
+{
+    const auto listed = TestEnvironment::run(
+        "python3", {"-c", "import sys, zipfile; print('\\n'.join(sorted(zipfile.ZipFile(sys.argv[1]).namelist())))", zip});
+    const QString got = QString::fromUtf8(listed.out).trimmed();
+    return got == names.join('\n') ? QString() : "names: " + got + " " + QString::fromUtf8(listed.err);
+}
+
+TEST_P(Script, ExitStatusStreamsAndFiles)
+{
+    const ScriptCase& c = GetParam();
+    python(kScriptArchives);
+    ASSERT_EQ(TestEnvironment::run("zip", {"-qr", "-P", "right", "enc.zip", "src"}, dir.path()).exitCode, 0);
+    if (c.outputToFull) {
+        process.setStandardOutputFile("/dev/full");
+    }
+    QByteArray input = c.input;
+    if (input == "ok.zip") {
+        input = TestEnvironment::readFile(path("ok.zip"));
+    }
+    start(c.arguments, c.lang);
+    const Outcome run = finish(input);
+    const QString out = run.out.toUtf8().size() > 4 && run.out.startsWith("PK") ? QString() : run.out;
+    EXPECT_EQ(run.exit, c.exit) << run.out.toStdString() << run.err.toStdString();
+    const auto holds = [this](const QString& text, const char* want) {
+        return want == QStringLiteral("<empty>") ? text.isEmpty()
+                                                 : text.contains(QString::fromUtf8(want).replace("$/", dir.path() + "/"));
+    };
+    EXPECT_TRUE(holds(out, c.out)) << "out: " << run.out.toStdString();
+    EXPECT_TRUE(holds(run.err, c.err)) << "err: " << run.err.toStdString();
+    if (c.check) {
+        // Read again as bytes: an archive on standard output is not text.
+        EXPECT_EQ(c.check(dir.path(), lastOutput).toStdString(), "");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, Script,
+    ::testing::Values(
+        ScriptCase{"List", {"list", "ok.zip"}, 0, "       500", ""},
+        ScriptCase{"ListEscapesControlCharacters", {"list", "ok.zip"}, 0, "'ok/a'$'\\n''b.txt'\n", ""},
+        ScriptCase{"ListNotAnArchive", {"list", "src/a.txt"}, 4, "<empty>", "mokuza: $/src/a.txt: cannot be read as a ZIP archive\n"},
+        ScriptCase{"ListFromStandardInput", {"list", "--json", "-"}, 0, "\"name\":\"ok/a.txt\"", "", "C.UTF-8", "ok.zip"},
+        ScriptCase{"TestOk", {"test", "ok.zip"}, 0, "$/ok.zip: OK (2 entries)\n", ""},
+        ScriptCase{"TestQuiet", {"test", "-q", "ok.zip"}, 0, "<empty>", "<empty>"},
+        ScriptCase{"TestJson", {"test", "--json", "ok.zip", "crc.zip"}, 4,
+                   "{\"archive\":\"$/crc.zip\",\"entries\":1,\"failed\":1,\"status\":\"damaged\"}\n", "crc.txt: CRC mismatch"},
+        ScriptCase{"TestDamagedIs4", {"test", "crc.zip"}, 4, "1 entries failed", "mokuza: $/crc.zip: crc.txt: CRC mismatch\n"},
+        ScriptCase{"TestRightPassword", {"test", "--password-stdin", "enc.zip"}, 0, ": OK (5 entries)", "", "C.UTF-8", "right\n"},
+        ScriptCase{"TestWrongPasswordIs3", {"test", "--password-stdin", "enc.zip", "crc.zip"}, 3, " entries failed\n", ": wrong password\n",
+                   "C.UTF-8", "wrong\n"},
+        ScriptCase{"TestEncryptedWithoutPassword", {"test", "enc.zip"}, 2, "<empty>", "give it with --password-stdin"},
+        ScriptCase{"TestInJapanese", {"test", "crc.zip"}, 4, "crc.zip: 1 項目が失敗しました\n", "crc.txt: CRC が一致しません", "ja_JP.UTF-8"},
+        ScriptCase{"ExtractFromStandardInput", {"extract", "-q", "--dest", "out", "-"}, 0, "<empty>", "<empty>", "C.UTF-8", "ok.zip",
+                   [](const QString& d, const QByteArray&) {
+                       return TestEnvironment::readFile(d + "/out/stdin/ok/a.txt").size() == 500 ? QString() : "not extracted";
+                   }},
+        ScriptCase{"CompressToStandardOutput", {"compress", "-o", "-", "src"}, 0, "<empty>", "  destination: -\n  CRC: ",
+                   "C.UTF-8", {}, [](const QString& d, const QByteArray& out) {
+                       TestEnvironment::writeFile(d + "/piped.zip", out);
+                       return holdsNames(d + "/piped.zip", {"src/", "src/a.txt", "src/b.log", "src/sub/", "src/sub/c.txt"});
+                   }},
+        ScriptCase{"CompressToNamedFile", {"compress", "-o", "named.zip", "src/a.txt", "src/b.log"}, 0,
+                   "  destination: $/named.zip\n", "", "C.UTF-8", {}, [](const QString& d, const QByteArray&) {
+                       return holdsNames(d + "/named.zip", {"a.txt", "b.log"}) + QStringList(QDir(d).entryList({".mokuza-out-*"}, QDir::Hidden | QDir::AllEntries)).join(' ');
+                   }},
+        ScriptCase{"NamedFileTaken", {"compress", "-o", "ok.zip", "src"}, 2, "",
+                   "mokuza: -o $/ok.zip exists; give --on-conflict overwrite or rename\n"},
+        ScriptCase{"NamedFileRenamed", {"compress", "-o", "ok.zip", "--on-conflict", "rename", "src"}, 0,
+                   "  destination: $/ok 2.zip\n", ""},
+        ScriptCase{"Overrides", {"compress", "-q", "--dest", "out", "--level", "0", "--encoding", "cp932", "--exclude", "*.LOG",
+                                 "--exclude", "sub", "src"},
+                   0, "<empty>", "<empty>", "C.UTF-8", {}, [](const QString& d, const QByteArray&) {
+                       const auto r = TestEnvironment::run(
+                           "python3", {"-c", "import sys, zipfile; print(sorted((i.filename, i.compress_size > i.file_size) for i in zipfile.ZipFile(sys.argv[1]).infolist()))",
+                                       d + "/out/src.zip"});
+                       return r.out == "[('src/', True), ('src/a.txt', True)]\n" ? QString() : "entries: " + QString::fromUtf8(r.out + r.err);
+                   }},
+        ScriptCase{"OnePerItem", {"compress", "-q", "--dest", "out", "--one-per-item", "src/a.txt", "src/b.log"}, 0, "<empty>", "<empty>",
+                   "C.UTF-8", {}, [](const QString& d, const QByteArray&) {
+                       return holdsNames(d + "/out/a.zip", {"a.txt"}) + holdsNames(d + "/out/b.zip", {"b.log"});
+                   }},
+        ScriptCase{"Json", {"compress", "--json", "--dest", "out", "src", "gone"}, 1,
+                   "{\"archive\":\"src.zip\",\"crc\":", "mokuza: [1] $/gone: The item was not found.\n"},
+        ScriptCase{"JsonErrors", {"compress", "--json", "--dest", "out", "src", "gone"}, 1,
+                   "\"errors\":[{\"code\":1,\"message\":\"The item was not found.\",\"path\":\"$/gone\"}],\"status\":\"errors\"}\n", ""},
+        ScriptCase{"ErrorsOnStandardErrorInJapanese", {"compress", "--dest", "out", "src", "gone"}, 1, "  状態: ",
+                   "mokuza: [1] $/gone: 指定されたファイルが見つかりません。\n", "ja_JP.UTF-8"},
+        ScriptCase{"QuietShowsOnlyErrors", {"compress", "-q", "--dest", "out", "src", "gone"}, 1, "<empty>",
+                   "mokuza: [1] $/gone: The item was not found.\n"},
+        ScriptCase{"Verbose", {"extract", "-v", "--dest", "out", "ok.zip"}, 0, "items of $/ok.zip:\n  ok/a.txt\n", ""},
+        ScriptCase{"EnglishLocale", {"extract", "--profile", "9", "ok.zip"}, 2, "", "no unarchive profile 9", "en_US.UTF-8"},
+        ScriptCase{"FullStandardOutput", {"profiles"}, 1, "", "mokuza: standard output: No space left on device\n", "C.UTF-8",
+                   {}, {}, true},
+        ScriptCase{"VersionAnywhere", {"extract", "ok.zip", "--version"}, 0, "mokuza (MOKUZA-FULL) ", ""},
+        ScriptCase{"BadLevel", {"compress", "--level", "10", "src"}, 2, "", "--level takes 0 to 9, not 10"},
+        ScriptCase{"UnknownEncoding", {"extract", "--encoding", "klingon", "ok.zip"}, 2, "", "unknown encoding: klingon"},
+        ScriptCase{"DestIsNotAStream", {"extract", "--dest", "-", "ok.zip"}, 2, "", "--dest - is not a folder"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// The application answers --help and --version without a display.
+TEST_F(CommandLine, ApplicationPrintsHelpAndVersion)
+{
+    for (const char* option : {"--help", "--version"}) {
+        start({option}, "C.UTF-8", MOKUZA_APP);
+        const Outcome run = finish();
+        EXPECT_EQ(run.exit, 0) << option;
+        EXPECT_TRUE(run.out.startsWith(option == QStringLiteral("--help") ? "Usage: mokuza-full" : "mokuza-full (MOKUZA-FULL) "))
+            << run.out.toStdString();
+    }
+}
+
+// `mokuza list --json` against Python's own listing of archives made by
+// Info-ZIP, 7-Zip and Python.
+TEST_F(CommandLine, ListJsonAgreesWithPython)
+{
+    makeFiles({"tree/a.txt", "tree/sub/b.txt"});
+    ASSERT_TRUE(TestEnvironment::writeFile(path("tree/big.bin"), QByteArray(200000, 'x')));
+    ASSERT_EQ(TestEnvironment::run("zip", {"-qr", "zip.zip", "tree"}, dir.path()).exitCode, 0);
+    ASSERT_EQ(TestEnvironment::run("7z", {"a", "-bd", "-tzip", "7z.zip", "tree"}, dir.path()).exitCode, 0);
+    python("import zipfile\n"
+           "with zipfile.ZipFile('py.zip', 'w') as z:\n"
+           "    z.write('tree/a.txt')\n"
+           "    z.writestr(zipfile.ZipInfo('tree/é.txt', (2001, 2, 3, 4, 5, 6)), b'e', zipfile.ZIP_DEFLATED)\n"
+           "    z.writestr('tree/secret.txt', b's')\n");
+    for (const char* zip : {"zip.zip", "7z.zip", "py.zip"}) {
+        const Outcome run = mokuza({"list", "--json", "--encoding", "utf-8", zip});
+        ASSERT_EQ(run.exit, 0) << run.err.toStdString();
+        const QString expected = python(
+            "import json, sys, zipfile\n"
+            "for i in zipfile.ZipFile(sys.argv[1]).infolist():\n"
+            "    print(json.dumps([i.filename, i.file_size, i.compress_size, i.compress_type,\n"
+            "        '%04d-%02d-%02d %02d:%02d:%02d' % i.date_time, bool(i.flag_bits & 1), i.CRC], ensure_ascii=False))\n",
+            {path(zip)});
+        QString got;
+        for (const QString& line : run.out.split('\n', Qt::SkipEmptyParts)) {
+            const QJsonObject o = QJsonDocument::fromJson(line.toUtf8()).object();
+            got += QString::fromUtf8(QJsonDocument(QJsonArray{o["name"], o["size"], o["packed"], o["method"], o["modified"],
+                                                              o["encrypted"], o["crc"]})
+                                         .toJson(QJsonDocument::Compact))
+                + '\n';
+        }
+        EXPECT_EQ(got.toStdString(), QString(expected).replace(", ", ",").toStdString()) << zip;
+    }
+}
+
+// ---------------------------------------------------------------------------
 // Archives made and read.
 
 // "Mac To Win" writes Shift-JIS (CP932) names without the UTF-8 flag, as
@@ -244,9 +438,11 @@ TEST_F(CommandLine, NamesThatMeetInShiftJisAreNumberedAndEveryFileComesBack)
                                                              | QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther));
     const Outcome compressed = mokuza({"compress", "--profile", "Mac To Win", "--dest", "out", "資料"});
     EXPECT_EQ(compressed.exit, 1) << compressed.err.toStdString();
-    EXPECT_EQ(compressed.out.count("書庫に同じ名前の項目があるため、名前に番号を付けて格納しました。"), 3) << compressed.out.toStdString();
-    EXPECT_EQ(compressed.out.count("その文字を「_」に置き換えて格納しました。"), 3);
-    EXPECT_TRUE(compressed.out.contains("    [7] " + path("資料/画像①.txt") + ": ")) << compressed.out.toStdString();
+    EXPECT_EQ(compressed.err.count("An item of the same name is in the archive, so the name was numbered."), 3)
+        << compressed.err.toStdString();
+    EXPECT_EQ(compressed.err.count("Characters the archive's encoding lacks were stored as \"_\"."), 3);
+    EXPECT_TRUE(compressed.err.contains("mokuza: [7] " + path("資料/画像①.txt") + ": ")) << compressed.err.toStdString();
+    EXPECT_TRUE(compressed.out.contains("  errors: 6\n")) << "errors are on standard error, not here";
 
     const Outcome extracted = mokuza({"extract", "--dest", "back", "out/資料.zip"});
     ASSERT_EQ(extracted.exit, 0) << extracted.out.toStdString();
@@ -444,12 +640,12 @@ TEST_P(FaultRun, LeavesWhatTheRowSays)
                                {}, "ja_JP.UTF-8");
 
     EXPECT_EQ(run.exit, row.exit) << run.out.toStdString() << run.err.toStdString();
-    // "    [6] /path: 項目を読み込めませんでした。（許可がありません）", or for
-    // a refusal "mokuza: …: /path" on standard error.
+    // "mokuza: [6] /path: 項目を読み込めませんでした。（許可がありません）", or
+    // for a refusal "mokuza: …: /path", on standard error.
     QStringList errors;
-    static const QRegularExpression line(QStringLiteral("^    \\[([0-9]+)\\] (.*?): (.*?)(?:（([^（]*)）)?$"),
+    static const QRegularExpression line(QStringLiteral("^mokuza: \\[([0-9]+)\\] (.*?): (.*?)(?:（([^（]*)）)?$"),
                                          QRegularExpression::MultilineOption);
-    for (auto it = line.globalMatch(run.out); it.hasNext();) {
+    for (auto it = line.globalMatch(run.err); it.hasNext();) {
         const auto match = it.next();
         errors << place.error(match.captured(1).toInt(), match.captured(2), match.captured(4));
     }
@@ -553,6 +749,59 @@ TEST_F(CommandLine, InterruptedExtractionPlacesNothing)
     }
 }
 
+// Progress follows the bytes: among small files, one of 200 MB (sparse, made
+// and removed here) moves the share from under 10 % to the end while it is
+// written, and again while it is extracted.
+TEST_F(CommandLine, ProgressFollowsTheBytesOfALargeFile)
+{
+    QStringList small;
+    for (int i = 0; i < 40; ++i) {
+        small << QString::asprintf("big/s%02d.txt", i);
+    }
+    makeFiles(small);
+    {
+        QFile large(path("big/large.bin"));
+        ASSERT_TRUE(large.open(QIODevice::WriteOnly) && large.resize(200 << 20));
+    }
+    const struct {
+        QStringList arguments;
+        const char* phase;
+        int intermediate; // distinct shares seen between 10 % and 90 %, at least
+    } runs[] = {
+        {{"compress", "--dest", "out", "big"}, "compressing big.zip: ", 4},
+        {{"extract", "--dest", "back", "out/big.zip"}, "extracting big.zip: ", 2},
+    };
+    static const QRegularExpression line(QStringLiteral("^(\\w+ big\\.zip: )([0-9]+)% \\(([0-9]+)/([0-9]+)\\)"),
+                                         QRegularExpression::MultilineOption);
+    for (const auto& r : runs) {
+        const Outcome run = mokuza(r.arguments);
+        ASSERT_EQ(run.exit, 0) << run.err.toStdString();
+        QList<int> shares;
+        QSet<int> itemsDuringLarge;
+        for (auto it = line.globalMatch(run.err); it.hasNext();) {
+            const auto m = it.next();
+            if (m.captured(1) != r.phase) {
+                continue;
+            }
+            const int share = m.captured(2).toInt();
+            EXPECT_TRUE(shares.isEmpty() || share > shares.last()) << run.err.toStdString();
+            shares << share;
+            if (share >= 10 && share < 100) {
+                itemsDuringLarge << m.captured(3).toInt();
+            }
+        }
+        EXPECT_EQ(shares.value(shares.size() - 1), 100) << run.err.toStdString();
+        EXPECT_GE(int(std::count_if(shares.cbegin(), shares.cend(), [](int s) { return s >= 10 && s < 100; })),
+                  r.intermediate)
+            << run.err.toStdString();
+        // Every share from 10 % to 90 % was reached while one item, the
+        // large file, was under way: the small ones took less than 10 %.
+        EXPECT_EQ(itemsDuringLarge.size(), 1) << run.err.toStdString();
+    }
+    QFile::remove(path("big/large.bin"));
+    QFile::remove(path("back/big/big/large.bin"));
+}
+
 // ---------------------------------------------------------------------------
 // The terminal's progress line.
 
@@ -560,7 +809,9 @@ struct BarCase {
     const char* name;
     int value;
     int total;
-    double rate;
+    double share;
+    double rate; // bytes a second
+    qint64 left;
     int columns;
     const char* line;
     const char* label = "a.zip";
@@ -571,28 +822,29 @@ class BarLine : public ::testing::TestWithParam<BarCase> {};
 TEST_P(BarLine, ShowsShareCountRateAndTimeLeftWithinTheWidth)
 {
     const BarCase& c = GetParam();
-    EXPECT_EQ(RKTerminalProgress::barLine("圧縮中", QString::fromUtf8(c.label), c.value, c.total, c.rate,
-                                          c.columns),
+    EXPECT_EQ(RKTerminalProgress::barLine("圧縮中", QString::fromUtf8(c.label), c.value, c.total, c.share, c.rate,
+                                          c.left, c.columns),
               QString::fromUtf8(c.line));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Table, BarLine,
     ::testing::Values(
-        BarCase{"Start", 0, 8, -1, 120, "圧縮中 a.zip [------------------------]   0.0% 0/8"},
-        BarCase{"ThreeOfEight", 3, 8, 2.0, 120,
-                "圧縮中 a.zip [#########---------------]  37.5% 3/8 2 items/s 0:03 left"},
-        BarCase{"HoursLeft", 1, 20000, 4.0, 120,
-                "圧縮中 a.zip [------------------------]   0.0% 1/20000 4 items/s 1:23:20 left"},
-        BarCase{"Done", 8, 8, 2.0, 120, "圧縮中 a.zip [########################] 100.0% 8/8 2 items/s"},
-        BarCase{"NothingToDo", 0, 0, -1, 120, "圧縮中 a.zip [########################] 100.0% 0/0"},
+        BarCase{"Start", 0, 8, 0.0, -1, -1, 120, "圧縮中 a.zip [------------------------]   0.0% 0/8"},
+        BarCase{"ThreeOfEight", 3, 8, 0.375, 2e6, 3, 120,
+                "圧縮中 a.zip [#########---------------]  37.5% 3/8 2.0 MB/s 0:03 left"},
+        // The share is of bytes: the last item started, and most of it to go.
+        BarCase{"LastItemOfALargeOne", 8, 8, 0.05, 4000, 5000, 120,
+                "圧縮中 a.zip [#-----------------------]   5.0% 8/8 4 kB/s 1:23:20 left"},
+        BarCase{"Done", 8, 8, 1.0, 2e6, 0, 120, "圧縮中 a.zip [########################] 100.0% 8/8 2.0 MB/s"},
+        BarCase{"NothingToDo", 0, 0, 1.0, -1, -1, 120, "圧縮中 a.zip [########################] 100.0% 0/0"},
         // The bar gives way to the figures, then the name; a wide character
         // takes two columns.
-        BarCase{"NarrowTerminalShortensTheBar", 3, 8, 2.0, 60,
-                "圧縮中 a.zip [####---------]  37.5% 3/8 2 items/s 0:03 left"},
-        BarCase{"LongNameIsShortened", 3, 8, 2.0, 60,
-                "圧縮中 とても長… [###-----]  37.5% 3/8 2 items/s 0:03 left", "とても長い名前のアーカイブ.zip"},
-        BarCase{"CutToTheWidth", 3, 8, 2.0, 16, "圧縮中 a.zip [#"}),
+        BarCase{"NarrowTerminalShortensTheBar", 3, 8, 0.375, 2e6, 3, 60,
+                "圧縮中 a.zip [#####---------]  37.5% 3/8 2.0 MB/s 0:03 left"},
+        BarCase{"LongNameIsShortened", 3, 8, 0.375, 2e6, 3, 60,
+                "圧縮中 とても長い… [###-----]  37.5% 3/8 2.0 MB/s 0:03 left", "とても長い名前のアーカイブ.zip"},
+        BarCase{"CutToTheWidth", 3, 8, 0.375, 2e6, 3, 16, "圧縮中 a.zip [#"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace

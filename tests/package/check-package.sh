@@ -20,6 +20,7 @@ sort >"$work/expected" <<'LIST'
 -rw-r--r-- /usr/share/applications/mokuza-full.desktop
 -rw-r--r-- /usr/share/doc/mokuza-full/changelog.gz
 -rw-r--r-- /usr/share/doc/mokuza-full/copyright
+-rw-r--r-- /usr/share/bash-completion/completions/mokuza
 -rw-r--r-- /usr/share/file-manager/actions/mokuza-full-compress.desktop
 -rw-r--r-- /usr/share/file-manager/actions/mokuza-full-extract.desktop
 -rw-r--r-- /usr/share/icons/hicolor/16x16/apps/mokuza-full.png

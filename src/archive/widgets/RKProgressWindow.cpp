@@ -10,6 +10,9 @@
 
 namespace {
 
+// The bar's steps: a tenth of a percent each, as the title shows.
+constexpr int kSteps = 1000;
+
 QString preparingText()
 {
     return QStringLiteral("準備中");
@@ -66,9 +69,15 @@ void RKProgressWindow::doArchive(const QStringList& paths, const RKProfileSettin
 void RKProgressWindow::changeProgress()
 {
     const Progress latest = progress();
-    textField->setText(latest.fileName);
-    progressIndicator->setValue(latest.value);
-    setWindowTitle(progressTitle(latest.value, filePaths().size()));
+    // The bar and the title follow the bytes: a large file moves them as it
+    // is written, and 100% means done, not that the last item started.
+    const int permyriad = int(latest.share() * kSteps + 1e-6);
+    const qint64 left = latest.secondsLeft();
+    textField->setText(left < 0 ? latest.fileName
+                                : QStringLiteral("%1（残り %2）")
+                                      .arg(latest.fileName, RKWorkProgress::duration(left)));
+    progressIndicator->setValue(permyriad);
+    setWindowTitle(progressTitle(permyriad, kSteps));
 }
 
 void RKProgressWindow::doClose(int code)
@@ -76,9 +85,9 @@ void RKProgressWindow::doClose(int code)
     closeArchive(code);
 }
 
-void RKProgressWindow::archiveStarted(int total)
+void RKProgressWindow::archiveStarted(int)
 {
-    progressIndicator->setRange(0, total);
+    progressIndicator->setRange(0, kSteps);
     progressIndicator->setValue(0);
 }
 

@@ -94,10 +94,17 @@ void RKUnArchiveProgressWindow::changeProgress()
     if (!latest.reported) {
         return; // nothing reported yet in this run ("準備中" stays)
     }
-    ui->textField->setText(latest.fileName);
-    ui->progressInficator->setRange(0, qMax(latest.total, 1));
-    ui->progressInficator->setValue(latest.total == 0 ? 1 : latest.value);
-    setWindowTitle(progressTitle(latest.phase, latest.value, latest.total));
+    // Extraction follows the bytes of the entries, so a large entry moves
+    // the bar as it is written; placing is counted in items.
+    const qint64 left = latest.phase == Phase::UnArchive ? latest.secondsLeft() : -1;
+    ui->textField->setText(left < 0 ? latest.fileName
+                                    : QStringLiteral("%1（残り %2）")
+                                          .arg(latest.fileName, RKWorkProgress::duration(left)));
+    const int permille = int(latest.share() * 1000 + 1e-6);
+    ui->progressInficator->setRange(0, 1000);
+    ui->progressInficator->setValue(permille);
+    setWindowTitle(progressTitle(latest.phase, latest.workTotal == 0 ? 1 : permille,
+                                 latest.workTotal == 0 ? 1 : 1000));
 }
 
 void RKUnArchiveProgressWindow::runClosed()
