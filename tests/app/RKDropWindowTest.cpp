@@ -10,13 +10,13 @@
 #include "settings/RKSetting.h"
 #include "shortcut/SRCommon.h"
 #include "shortcut/widgets/SRValidator.h"
+#include "support/FakeXdgOpen.h"
 #include "support/TestEnvironment.h"
 #include "ui/RKProfilePopUpButton.h"
 #include "ui/RKUnArchiveProfilePopUpButton.h"
 
 #include <QAction>
 #include <QApplication>
-#include <QDesktopServices>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QPushButton>
@@ -166,33 +166,20 @@ TEST_F(DropWindowTest, MenuKeysAreTakenForRecorders)
 
 // --- logo and help ----------------------------------------------------------------------
 
-class UrlCatcher : public QObject
-{
-    Q_OBJECT
-
-public:
-    QList<QUrl> opened;
-
-public slots:
-    void open(const QUrl& url) { opened.append(url); }
-};
-
 TEST_F(DropWindowTest, LogoClickAndHelpCommandOpenTheShippedHelpPage)
 {
-    UrlCatcher catcher;
-    QDesktopServices::setUrlHandler(QStringLiteral("file"), &catcher, "open");
+    FakeXdgOpen xdgOpen; // a browser that takes the page
     {
         TestAppDelegate app;
         RKLogoImageView* logo = app.window()->topView()->logoImageView();
         QTest::mouseClick(logo, Qt::RightButton);
-        EXPECT_TRUE(catcher.opened.isEmpty()) << "only the left button clicks";
         QTest::mouseClick(logo, Qt::LeftButton);
         app.doHelp();
+        ASSERT_TRUE(TestEnvironment::waitFor([&] { return xdgOpen.targets().size() >= 2; }));
     }
-    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
-
-    ASSERT_EQ(catcher.opened.size(), 2);
-    for (const QUrl& url : catcher.opened) {
+    ASSERT_EQ(xdgOpen.targets().size(), 2) << "only the left button clicks";
+    for (const QString& target : xdgOpen.targets()) {
+        const QUrl url(target);
         ASSERT_TRUE(url.isLocalFile());
         EXPECT_TRUE(url.toLocalFile().endsWith(QStringLiteral("/help/index.html")));
         const QByteArray page = TestEnvironment::readFile(url.toLocalFile());
@@ -202,5 +189,3 @@ TEST_F(DropWindowTest, LogoClickAndHelpCommandOpenTheShippedHelpPage)
 }
 
 } // namespace
-
-#include "RKDropWindowTest.moc"
