@@ -126,25 +126,6 @@ TEST_F(RKProcessResultWindowTest, PasswordRowsMaskedOrClear)
 
 // A long message breaks into lines inside its column, clear of the buttons;
 // the tooltip and the clipboard keep it whole.
-TEST_F(RKProcessResultWindowTest, LongErrorWrapsInsideItsColumn)
-{
-    const RQError error = RQError::initWithUnArchiverErrorCode(2, QStringLiteral("/in/broken.zip"));
-    display({result("broken.zip", QString(), false, {error})});
-    window.show();
-    QTreeWidget* tree = window.outlineView();
-    QTreeWidgetItem* row = tree->topLevelItem(0)->child(1)->child(0);
-    RKCopyableTableCellView* cell = window.valueCell(row);
-    QLabel* text = cell->textField();
-    ASSERT_TRUE(TestEnvironment::waitFor([&] { return tree->visualItemRect(row).height() > 2 * text->fontMetrics().height(); }))
-        << "two lines or more";
-    EXPECT_LE(cell->geometry().right(), tree->viewport()->width());
-    EXPECT_LE(text->geometry().right(), cell->btnCopy()->geometry().left());
-    EXPECT_GE(text->height(), text->heightForWidth(text->width())) << "no line cut off";
-    EXPECT_EQ(text->toolTip(), error.localizedDescription());
-    cell->btnCopy()->click();
-    EXPECT_EQ(QApplication::clipboard()->text(), error.localizedDescription());
-}
-
 struct ShowFolderRow {
     const char* name;
     bool folder;      // an extraction's destination, else an archive

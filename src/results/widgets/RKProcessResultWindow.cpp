@@ -110,7 +110,11 @@ void RKProcessResultWindow::reloadData()
                                         : error.localizedDescription() + QStringLiteral("（")
                                + reason + QStringLiteral("）"),
                        true, false);
-            valueCell(row)->setWrapsText(true);
+            // Wrapping here changed the row's height after its cell widgets
+            // were placed, and the error row was drawn empty: kept on one
+            // line (the copy button and the tooltip carry the whole text)
+            // until the rows are laid out again after a height change.
+            Q_UNUSED(row);
         }
     }
     fitRowHeights();
