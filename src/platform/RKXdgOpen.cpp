@@ -1,5 +1,6 @@
 #include "platform/RKXdgOpen.h"
 
+#include <QCoreApplication>
 #include <QProcess>
 
 #include <memory>
@@ -26,7 +27,9 @@ void RKXdgOpen::setProgram(const QString& program)
 
 void RKXdgOpen::open(const QString& target, std::function<void(bool opened)> done)
 {
-    auto* process = new QProcess;
+    // Owned by the application as well, so that a launcher still running
+    // when the application ends is not leaked.
+    auto* process = new QProcess(QCoreApplication::instance());
     process->setProgram(program());
     process->setArguments({target});
     process->setStandardInputFile(QProcess::nullDevice());
