@@ -49,7 +49,7 @@ constexpr quint64 kUtf8 = 4;
 constexpr quint64 kShiftJIS = 8;
 constexpr qint64 kExtractProgressStep = 4 << 20;
 constexpr quint16 kUtf8Flag = 0x0800;
-// "Version made by": Unix, specification 3.0, as Info-ZIP's zip writes it.
+// "Version made by": Unix, version 3.0, as Info-ZIP's zip writes it.
 constexpr uLong kMadeByUnix = (3 << 8) | 30;
 constexpr uLong kDosFolder = 0x10;
 constexpr uLong kDosReadOnly = 0x01;
