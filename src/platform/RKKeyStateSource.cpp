@@ -25,7 +25,7 @@ void RKKeyStateSource::setCurrent(RKKeyStateSource* source)
     g_injected.store(source);
 }
 
-bool RKKeyStateSource::knowsState(bool)
+bool RKKeyStateSource::knowsState(const QObject*)
 {
     return true;
 }

@@ -2,6 +2,8 @@
 
 #include <QSet>
 
+class QObject;
+
 // Where the held-key test reads the keyboard: which physical keys are held
 // right now, across the session, whatever window has the focus. Key codes are
 // the stored virtual key codes (35 P, 56 left Shift, 59 left Control,
@@ -16,9 +18,10 @@ public:
 
     // Whether isKeyHeld tells the keyboard's state now. Some keyboards are
     // seen only while a window of the application has the keyboard focus
-    // (a Wayland compositor, XWayland); applicationHasFocus says whether one
-    // has. Until then "nothing held" may only mean "not known yet".
-    virtual bool knowsState(bool applicationHasFocus);
+    // (a Wayland compositor, XWayland); focusWindow is the window that has
+    // it (nullptr: none). Until then "nothing held" may only mean "not known
+    // yet".
+    virtual bool knowsState(const QObject* focusWindow);
 
     // The X11 key codes (evdev + 8, Qt's native scan codes) of every key held
     // now, those without a stored code included. By default the keys of the

@@ -72,9 +72,22 @@ bool RKX11KeyStateSource::isXWayland()
     return m_xwayland;
 }
 
-bool RKX11KeyStateSource::knowsState(bool applicationHasFocus)
+bool RKX11KeyStateSource::knowsState(const QObject* focusWindow)
 {
     // XWayland learns the held keys from the compositor when one of its
-    // windows gains the focus, and forgets them when it loses it.
-    return applicationHasFocus || !isXWayland();
+    // windows gains the focus, and forgets them when it loses it. The X focus
+    // comes from the compositor's window manager over X, the keys over
+    // Wayland, in either order: a window may hold the focus a few
+    // milliseconds before XWayland knows the keys. Any held key shows they
+    // have arrived (they come all at once); else a short wait after each
+    // change of window stands for it.
+    constexpr qint64 kKeysAfterFocusMs = 150;
+    if (!isXWayland()) {
+        return true;
+    }
+    if (focusWindow != m_focusWindow) {
+        m_focusWindow = focusWindow;
+        m_focusSince.start();
+    }
+    return focusWindow != nullptr && (m_focusSince.elapsed() >= kKeysAfterFocusMs || !heldX11KeyCodes().isEmpty());
 }

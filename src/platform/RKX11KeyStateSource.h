@@ -3,6 +3,7 @@
 #include "platform/RKKeyStateSource.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 
 #include <mutex>
 
@@ -25,7 +26,7 @@ public:
     RKX11KeyStateSource& operator=(const RKX11KeyStateSource&) = delete;
 
     bool isKeyHeld(int virtualKeyCode) override;
-    bool knowsState(bool applicationHasFocus) override;
+    bool knowsState(const QObject* focusWindow) override;
     QSet<int> heldX11KeyCodes() override;
 
     // Whether the display is XWayland's (false without a display).
@@ -40,4 +41,6 @@ private:
     _XDisplay* m_display = nullptr;
     bool m_openAttempted = false;
     bool m_xwayland = false;
+    const QObject* m_focusWindow = nullptr;
+    QElapsedTimer m_focusSince;
 };

@@ -35,7 +35,7 @@ public:
         ++questions;
         return held.contains(virtualKeyCode);
     }
-    bool knowsState(bool) override { return known; }
+    bool knowsState(const QObject*) override { return known; }
     QSet<int> held;
     bool known = true;
     int questions = 0;

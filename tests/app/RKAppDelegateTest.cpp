@@ -226,7 +226,7 @@ struct ProfileRow {
     int expectedIndex; // the profile the job gets
     bool expectPrompt; // the manual password window, once for the job
     // When the keyboard's state becomes known (the window's focus): 0 at
-    // once, -1 never (the request goes on after half a second, no key held).
+    // once, -1 never (the request goes on after a second and a half, no key held).
     int knownAfterMs = 0;
 };
 

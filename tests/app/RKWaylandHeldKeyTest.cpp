@@ -90,11 +90,6 @@ TEST_P(WaylandHeldKey, DecidesTheJobAndTypesNothingTenTimesOutOfTen)
         GTEST_SKIP() << "no Wayland session: " << s_session->error();
     }
     const HeldKeyCase& c = GetParam();
-    if (c.passwordKey && QByteArray(c.platform) == "xcb") {
-        // Under load, XWayland's auto-repeat of a held P still reaches the
-        // password field about one start in ten: a known fault, not yet fixed.
-        GTEST_SKIP() << "held P under XWayland can still type under load";
-    }
     QProcessEnvironment environment;
     environment.insert("QT_QPA_PLATFORM", c.platform);
     environment.insert("DISPLAY", s_session->xDisplay());

@@ -49,8 +49,9 @@ void bindToTest()
 } // namespace
 
 WaylandSession::WaylandSession()
-    // Beside the test's own temporary folder, which only root may enter.
-    : m_dir(QStringLiteral("/tmp/mokuza-wayland-XXXXXX"))
+    // Outside /tmp, which the namespace replaces with a private one, and
+    // beside the test's own temporary folder, which only root may enter.
+    : m_dir(QStringLiteral("/var/tmp/mokuza-wayland-XXXXXX"))
 {
     for (const char* tool : {"unshare", "nsenter", "setpriv", "sway", "Xwayland"}) {
         if (!TestEnvironment::hasProgram(QString::fromLatin1(tool))) {
@@ -69,7 +70,6 @@ WaylandSession::WaylandSession()
     TestEnvironment::writeFile(folder + "/sway.conf", "output HEADLESS-1 resolution 1280x800\n"
                                                       "focus_on_window_activation focus\n");
     handOver();
-    QDir().mkpath("/tmp/.X11-unix");
 
     // A PID namespace as well. Its first process, the shell, dies with
     // unshare (--kill-child), unshare with the test, and the kernel then
@@ -79,7 +79,12 @@ WaylandSession::WaylandSession()
     // stay in the test's PID namespace, so that killing one kills it (and
     // lock files name process ids everyone sees); they end with the
     // compositor's connection.
-    const QString script = QStringLiteral("mount -t tmpfs -o mode=1777 tmpfs /tmp/.X11-unix || exit 1; echo up; ")
+    // A private /tmp, not only /tmp/.X11-unix: XWayland's lock files
+    // (/tmp/.X<n>-lock) name a process id of the namespace, which the host
+    // takes for a live process once the namespace is gone. Left in the
+    // host's /tmp, 33 of them leave no display for the next session.
+    const QString script = QStringLiteral("mount -t tmpfs -o mode=1777 tmpfs /tmp && mkdir -m 1777 /tmp/.X11-unix"
+                                          " || exit 1; echo up; ")
                            + asUser(folder).join(' ')
                            + QStringLiteral(" WLR_BACKENDS=headless WLR_LIBINPUT_NO_DEVICES=1 WLR_RENDERER=pixman"
                                             " sway -c ")
@@ -150,7 +155,7 @@ WaylandSession::~WaylandSession()
     }
     // Killing unshare kills the namespace's first process and so everything
     // in the namespace; its sockets and lock files lie in folders that go
-    // with it (the private /tmp/.X11-unix) or with the test (folder()).
+    // with it (the private /tmp) or with the test (folder()).
     if (m_compositor.state() != QProcess::NotRunning) {
         m_compositor.kill();
         m_compositor.waitForFinished(10000);

@@ -21,6 +21,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
+#include <QWindow>
 
 RKAppDelegate::RKAppDelegate(QObject* parent)
     : QObject(parent)
@@ -222,7 +223,7 @@ void RKAppDelegate::checkKeyState()
     if (!m_nextScheduled) {
         return;
     }
-    const bool known = RKKeyStateSource::current()->knowsState(QGuiApplication::focusWindow() != nullptr);
+    const bool known = RKKeyStateSource::current()->knowsState(QGuiApplication::focusWindow());
     if (!known && m_keyStateWait.elapsed() < kKeyStateWaitMs) {
         m_keyStateTimer.start();
         return;

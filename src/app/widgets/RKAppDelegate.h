@@ -108,7 +108,7 @@ public:
     // How long a request waits for the held keys to be known (the keyboard
     // focus, see RKKeyStateSource::knowsState) before it goes on as with no
     // key held.
-    static constexpr int kKeyStateWaitMs = 500;
+    static constexpr int kKeyStateWaitMs = 1500;
     // Keys held when the last job started, ignored by its windows until released.
     const RKHeldKeyFilter& heldKeyFilter() const { return m_heldKeyFilter; }
 

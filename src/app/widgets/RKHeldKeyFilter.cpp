@@ -5,6 +5,8 @@
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QTimer>
+#include <QWindow>
 
 RKHeldKeyFilter::RKHeldKeyFilter(QObject* parent)
     : QObject(parent)
@@ -50,15 +52,34 @@ bool RKHeldKeyFilter::eventFilter(QObject* watched, QEvent* event)
     }
     // An X server's auto-repeat is a release and a press at a time; Qt tells
     // it from a real release only when both have arrived together, so a
-    // release counts only when the keyboard agrees.
-    if (type == QEvent::KeyRelease && !key->isAutoRepeat()) {
-        RKKeyStateSource* source = RKKeyStateSource::current();
-        const bool stillHeld = source->knowsState(QGuiApplication::focusWindow() != nullptr)
-                               && source->heldX11KeyCodes().contains(code);
-        if (!stillHeld) {
-            m_ignored.remove(code);
-            update();
-        }
+    // release counts only when the keyboard agrees. While the focus moves
+    // between windows, XWayland reports no key held for a moment: such a
+    // release is checked again once the keyboard is known.
+    if (type == QEvent::KeyRelease && !key->isAutoRepeat() && m_releaseChecks == 0) {
+        forgetReleased();
     }
     return true;
+}
+
+void RKHeldKeyFilter::forgetReleased()
+{
+    constexpr int kChecks = 40;
+    constexpr int kCheckIntervalMs = 50;
+    RKKeyStateSource* source = RKKeyStateSource::current();
+    if (!source->knowsState(QGuiApplication::focusWindow())) {
+        // Without the focus for two seconds: kept until the next job, at the
+        // cost of one press, rather than typed.
+        if (++m_releaseChecks <= kChecks) {
+            QTimer::singleShot(kCheckIntervalMs, this, &RKHeldKeyFilter::forgetReleased);
+        } else {
+            m_releaseChecks = 0;
+        }
+        return;
+    }
+    m_releaseChecks = 0;
+    const QSet<int> held = source->heldX11KeyCodes();
+    for (auto it = m_ignored.begin(); it != m_ignored.end();) {
+        it = held.contains(*it) ? std::next(it) : m_ignored.erase(it);
+    }
+    update();
 }

@@ -30,7 +30,10 @@ protected:
 
 private:
     void update();
+    // Forgets the ignored keys the keyboard no longer holds, once it is known.
+    void forgetReleased();
 
     QSet<int> m_ignored;
     bool m_installed = false;
+    int m_releaseChecks = 0;
 };

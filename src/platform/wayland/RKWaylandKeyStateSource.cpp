@@ -219,7 +219,7 @@ bool RKWaylandKeyStateSource::isKeyHeld(int virtualKeyCode)
     return x11KeyCode != 0 && m_held.contains(x11KeyCode - kEvdevOffset);
 }
 
-bool RKWaylandKeyStateSource::knowsState(bool)
+bool RKWaylandKeyStateSource::knowsState(const QObject*)
 {
     return m_focused;
 }

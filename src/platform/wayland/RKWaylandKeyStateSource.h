@@ -32,7 +32,7 @@ public:
     static std::unique_ptr<RKWaylandKeyStateSource> create();
 
     bool isKeyHeld(int virtualKeyCode) override;
-    bool knowsState(bool applicationHasFocus) override;
+    bool knowsState(const QObject* focusWindow) override;
     QSet<int> heldX11KeyCodes() override;
 
     // Event handlers of the listeners (called by libwayland).
