@@ -79,6 +79,9 @@ int main()
     close(fd);
     std::free(text);
 
+    // A virtual keyboard's modifiers are whatever its client says: without
+    // them a held Control would reach the application as a plain key.
+    xkb_state* state = xkb_state_new(keymap);
     uint32_t time = 0;
     char line[64];
     while (std::fgets(line, sizeof line, stdin)) {
@@ -90,6 +93,12 @@ int main()
         const bool press = std::strcmp(verb, "press") == 0;
         zwp_virtual_keyboard_v1_key(keyboard, time += 10, code,
                                     press ? WL_KEYBOARD_KEY_STATE_PRESSED : WL_KEYBOARD_KEY_STATE_RELEASED);
+        if (xkb_state_update_key(state, code + 8, press ? XKB_KEY_DOWN : XKB_KEY_UP) != 0) {
+            zwp_virtual_keyboard_v1_modifiers(keyboard, xkb_state_serialize_mods(state, XKB_STATE_MODS_DEPRESSED),
+                                              xkb_state_serialize_mods(state, XKB_STATE_MODS_LATCHED),
+                                              xkb_state_serialize_mods(state, XKB_STATE_MODS_LOCKED),
+                                              xkb_state_serialize_layout(state, XKB_STATE_LAYOUT_EFFECTIVE));
+        }
         if (wl_display_roundtrip(display) < 0) {
             return fail("the compositor went away");
         }
@@ -98,6 +107,7 @@ int main()
     }
     zwp_virtual_keyboard_v1_destroy(keyboard);
     wl_display_roundtrip(display);
+    xkb_state_unref(state);
     xkb_keymap_unref(keymap);
     xkb_context_unref(context);
     wl_display_disconnect(display);
