@@ -29,6 +29,7 @@ struct HeldKeyCase {
     const char* platform; // QT_QPA_PLATFORM
     int evdevKey;
     bool passwordKey; // else the key of the profile "S"
+    bool handedOver = false; // the item goes to an instance already running
 };
 
 class WaylandHeldKey : public ::testing::TestWithParam<HeldKeyCase>
@@ -96,9 +97,15 @@ TEST_P(WaylandHeldKey, DecidesTheJobAndTypesNothingTenTimesOutOfTen)
     environment.insert("MOKUZA_TEST_HOOKS", "1");
     for (int start = 0; start < kStarts; ++start) {
         SCOPED_TRACE("start " + std::to_string(start + 1));
+        QProcess running;
+        if (c.handedOver) {
+            s_session->start(running, MOKUZA_BINARY_DIR "/mokuza-full", {}, environment);
+            ASSERT_NE(nextReport(running, "ready").value(0), "<no ready report>");
+        }
         ASSERT_TRUE(s_session->press(c.evdevKey));
-        QProcess app;
-        s_session->start(app, MOKUZA_BINARY_DIR "/mokuza-full", {s_session->folder() + "/items/a.txt"}, environment);
+        QProcess second;
+        QProcess& app = c.handedOver ? running : second;
+        s_session->start(second, MOKUZA_BINARY_DIR "/mokuza-full", {s_session->folder() + "/items/a.txt"}, environment);
         if (c.passwordKey) {
             EXPECT_EQ(nextReport(app, "password-window"), QStringList());
             // Long enough for the key's auto-repeat to start, had it typed.
@@ -113,6 +120,7 @@ TEST_P(WaylandHeldKey, DecidesTheJobAndTypesNothingTenTimesOutOfTen)
         }
         app.kill();
         app.waitForFinished(10000);
+        second.waitForFinished(10000);
     }
 }
 
@@ -120,7 +128,9 @@ INSTANTIATE_TEST_SUITE_P(Platforms, WaylandHeldKey,
                          ::testing::Values(HeldKeyCase{"NativeS", "wayland", kEvdevS, false},
                                            HeldKeyCase{"NativeP", "wayland", kEvdevP, true},
                                            HeldKeyCase{"XWaylandS", "xcb", kEvdevS, false},
-                                           HeldKeyCase{"XWaylandP", "xcb", kEvdevP, true}),
+                                           HeldKeyCase{"XWaylandP", "xcb", kEvdevP, true},
+                                           HeldKeyCase{"NativeSHandedOver", "wayland", kEvdevS, false, true},
+                                           HeldKeyCase{"XWaylandSHandedOver", "xcb", kEvdevS, false, true}),
                          [](const auto& info) { return std::string(info.param.name); });
 
 // Not a check: pictures of the windows in the Wayland session, for people to
