@@ -2,6 +2,7 @@
 
 #include "platform/RKMainThreadQueue.h"
 #include "ui/RKOpenPanel.h"
+#include "ui/RKPanelMemory.h"
 #include "ui/RKSavePanel.h"
 #include "ui/RKWindowPlacement.h"
 
@@ -62,6 +63,8 @@ QString RKQtPanelService::runSavePanel(QObject* parent, const QString& title,
     panel.setWindowTitle(title);
     panel.setMessage(message);
     panel.setAllowedFileTypes(types);
+    // Before the folder is set: the kept state names a folder of its own.
+    RKPanelMemory::attach(&panel, QStringLiteral("save"));
     panel.setProposedPath(url);
     panel.setWindowModality(Qt::ApplicationModal);
     RKCentreOver(&panel, window);
@@ -80,6 +83,7 @@ QString RKQtPanelService::runOpenPanel(QObject* parent, const QString& title,
     panel.setWindowTitle(title);
     panel.setMessage(message);
     panel.setSelectMode(selectMode);
+    RKPanelMemory::attach(&panel, QStringLiteral("open"));
     if (!url.isEmpty()) {
         panel.setDirectory(url);
     }

@@ -9,10 +9,13 @@
 #include <QLineEdit>
 #include <QTemporaryDir>
 #include <QThread>
+#include <QTreeView>
+#include <QHeaderView>
 #include <QTimer>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 namespace {
@@ -102,6 +105,39 @@ TEST_F(RKQtPanelServiceTest, SavePanelFromEitherThread)
         EXPECT_EQ(seen.message, QStringLiteral("a.zipの保存先を選択して下さい。"));
         EXPECT_EQ(seen.proposedName, QStringLiteral("a.zip"));
     }
+}
+
+// The detail columns show their texts whole once the folder is read, and a
+// panel comes back with the size and view the last one of its kind had.
+TEST_F(RKQtPanelServiceTest, PanelsWidenTheirColumnsAndKeepSizeAndView)
+{
+    TestEnvironment::writeFile(documents + "/a much longer file name than the rest.zip", QByteArray(123456, 'x'));
+    const auto nextPanel = [this](const std::function<void(QFileDialog*)>& check) {
+        QTimer::singleShot(0, &parent, [check] {
+            auto* panel = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            check(panel);
+            panel->reject();
+        });
+        return service.showModalSavePanel(&parent, "MOKUZA-FULL", "", documents + "/a.zip", {"zip"});
+    };
+    nextPanel([](QFileDialog* panel) {
+        auto* view = panel->findChild<QTreeView*>(QStringLiteral("treeView"));
+        const auto fitted = [view] {
+            for (int column = 1; column < 4; ++column) {
+                if (view->header()->sectionSize(column) < static_cast<QAbstractItemView*>(view)->sizeHintForColumn(column)) {
+                    return false;
+                }
+            }
+            return view->model()->rowCount(view->rootIndex()) > 0;
+        };
+        EXPECT_TRUE(TestEnvironment::waitFor(fitted));
+        panel->setViewMode(QFileDialog::List);
+        panel->resize(1000, 650);
+    });
+    nextPanel([](QFileDialog* panel) {
+        EXPECT_EQ(panel->size(), QSize(1000, 650));
+        EXPECT_EQ(panel->viewMode(), QFileDialog::List);
+    });
 }
 
 // A dropped item is proposed under its archive's name (a folder's own name
