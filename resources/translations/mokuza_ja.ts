@@ -71,4 +71,16 @@
         <translation>キーの組み合わせ「%@」は、メニュー項目「%@」で既に使われているため使用できません。</translation>
     </message>
 </context>
+<context>
+    <name>QAbstractFileIconProvider</name>
+    <message>
+        <source>Drive</source>
+        <translation>ドライブ</translation>
+    </message>
+    <message>
+        <source>Folder</source>
+        <comment>All other platforms</comment>
+        <translation>フォルダ</translation>
+    </message>
+</context>
 </TS>

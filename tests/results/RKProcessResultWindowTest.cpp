@@ -126,6 +126,36 @@ TEST_F(RKProcessResultWindowTest, PasswordRowsMaskedOrClear)
 
 // A long message breaks into lines inside its column, clear of the buttons;
 // the tooltip and the clipboard keep it whole.
+TEST_F(RKProcessResultWindowTest, LongErrorWrapsInsideItsColumn)
+{
+    const RQError error = RQError::initWithUnArchiverErrorCode(2, QStringLiteral("/in/broken.zip"));
+    display({result("broken.zip", QString(), false, {error, error})});
+    window.show();
+    window.resize(420, 300);
+    QTreeWidget* tree = window.outlineView();
+    QTreeWidgetItem* errors = tree->topLevelItem(0)->child(1);
+    QTreeWidgetItem* row = errors->child(0);
+    RKCopyableTableCellView* cell = window.valueCell(row);
+    QLabel* text = cell->textField();
+    ASSERT_TRUE(TestEnvironment::waitFor([&] { return tree->visualItemRect(row).height() > 2 * text->fontMetrics().height(); }))
+        << "two lines or more";
+    QApplication::processEvents();
+    // Every cell lies on its own row: none drawn empty, none over another.
+    for (QTreeWidgetItem* each : {errors, row, errors->child(1)}) {
+        const QRect rowRect = tree->visualItemRect(each);
+        const QRect cellRect = window.valueCell(each)->geometry();
+        EXPECT_EQ(std::pair(cellRect.top(), cellRect.height()), std::pair(rowRect.top(), rowRect.height()));
+    }
+    EXPECT_EQ(tree->visualItemRect(row).height(), std::max(cell->btnCopy()->sizeHint().height() + 2, cell->heightForWidth(cell->width())))
+        << "as tall as the text needs, no taller";
+    EXPECT_LE(cell->geometry().right(), tree->viewport()->width());
+    EXPECT_LE(text->geometry().right(), cell->btnCopy()->geometry().left());
+    EXPECT_GE(text->height(), text->heightForWidth(text->width())) << "no line cut off";
+    EXPECT_EQ(text->toolTip(), error.localizedDescription());
+    cell->btnCopy()->click();
+    EXPECT_EQ(QApplication::clipboard()->text(), error.localizedDescription());
+}
+
 struct ShowFolderRow {
     const char* name;
     bool folder;      // an extraction's destination, else an archive

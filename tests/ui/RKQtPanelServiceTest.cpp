@@ -2,11 +2,14 @@
 #include "ui/RKOpenPanel.h"
 #include "ui/RKQtPanelService.h"
 #include "ui/RKSavePanel.h"
+#include "ui/RKTranslations.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QFileSystemModel>
 #include <QLabel>
 #include <QLineEdit>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QTreeView>
@@ -107,10 +110,12 @@ TEST_F(RKQtPanelServiceTest, SavePanelFromEitherThread)
     }
 }
 
-// The detail columns show their texts whole once the folder is read, and a
-// panel comes back with the size and view the last one of its kind had.
+// The detail columns show their texts whole, in Japanese, once the folder is
+// read, and a panel comes back with the size and view the last one of its
+// kind had.
 TEST_F(RKQtPanelServiceTest, PanelsWidenTheirColumnsAndKeepSizeAndView)
 {
+    ASSERT_TRUE(RKTranslations::install(*QCoreApplication::instance()));
     TestEnvironment::writeFile(documents + "/a much longer file name than the rest.zip", QByteArray(123456, 'x'));
     const auto nextPanel = [this](const std::function<void(QFileDialog*)>& check) {
         QTimer::singleShot(0, &parent, [check] {
@@ -131,12 +136,21 @@ TEST_F(RKQtPanelServiceTest, PanelsWidenTheirColumnsAndKeepSizeAndView)
             return view->model()->rowCount(view->rootIndex()) > 0;
         };
         EXPECT_TRUE(TestEnvironment::waitFor(fitted));
+        const QModelIndex sub = panel->findChild<QFileSystemModel*>()->index(panel->directory().filePath("sub"));
+        EXPECT_EQ(sub.siblingAtColumn(2).data().toString(), "フォルダ");
+        EXPECT_EQ(view->model()->headerData(0, Qt::Horizontal).toString(), "名前");
         panel->setViewMode(QFileDialog::List);
-        panel->resize(1000, 650);
+        panel->resize(700, 450);
     });
     nextPanel([](QFileDialog* panel) {
-        EXPECT_EQ(panel->size(), QSize(1000, 650));
+        EXPECT_EQ(panel->size(), QSize(700, 450));
         EXPECT_EQ(panel->viewMode(), QFileDialog::List);
+        panel->resize(3000, 2000);
+    });
+    // Kept larger than the screen (a smaller one, a larger scale): held to it.
+    nextPanel([](QFileDialog* panel) {
+        const QRect screen = panel->screen()->availableGeometry();
+        EXPECT_TRUE(screen.contains(panel->geometry())) << panel->geometry().width() << "x" << panel->geometry().height();
     });
 }
 

@@ -7,8 +7,11 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QResizeEvent>
 #include <QSizePolicy>
 #include <QToolButton>
+
+#include <algorithm>
 
 RKCopyableTableCellView::RKCopyableTableCellView(QWidget* parent)
     : QWidget(parent)
@@ -52,6 +55,20 @@ void RKCopyableTableCellView::setWrapsText(bool wraps)
     policy.setHeightForWidth(wraps);
     m_textField->setSizePolicy(policy);
     m_textField->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+}
+
+void RKCopyableTableCellView::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    const int width = event->size().width();
+    if (!m_textField->wordWrap() || width == m_fittedWidth) {
+        return;
+    }
+    m_fittedWidth = width;
+    const int needed = std::max(m_btnCopy->sizeHint().height() + 2, layout()->totalHeightForWidth(width));
+    if (needed != height()) {
+        emit heightNeeded(needed);
+    }
 }
 
 void RKCopyableTableCellView::setShowItemPath(const QString& path)

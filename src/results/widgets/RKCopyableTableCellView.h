@@ -38,6 +38,14 @@ public slots:
     void btnCopyTouchUpInside();
     void btnShowFolderTouchUpInside();
 
+signals:
+    // A wrapping cell was given a new width by its view, at which its text
+    // needs this height (never less than a row with a button).
+    void heightNeeded(int height);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     QString m_innerString;
     QString m_showString;
@@ -45,4 +53,5 @@ private:
     QLabel* m_textField;
     QToolButton* m_btnCopy;
     QToolButton* m_btnShowFolder;
+    int m_fittedWidth = -1;
 };

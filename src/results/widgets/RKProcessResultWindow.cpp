@@ -11,7 +11,6 @@
 #include <QTreeWidget>
 #include <QToolButton>
 #include <QTreeWidgetItem>
-#include <QTreeWidgetItemIterator>
 
 #include <algorithm>
 
@@ -39,8 +38,6 @@ RKProcessResultWindow::RKProcessResultWindow(QWidget* parent)
     ui->outlineView->setExpandsOnDoubleClick(false);
     connect(ui->outlineView, &QTreeWidget::itemDoubleClicked, this,
             &RKProcessResultWindow::doubleClick);
-    connect(ui->outlineView->header(), &QHeaderView::sectionResized, this,
-            &RKProcessResultWindow::fitRowHeights);
     RKFitToText(this);
 }
 
@@ -110,34 +107,17 @@ void RKProcessResultWindow::reloadData()
                                         : error.localizedDescription() + QStringLiteral("（")
                                + reason + QStringLiteral("）"),
                        true, false);
-            // Wrapping here changed the row's height after its cell widgets
-            // were placed, and the error row was drawn empty: kept on one
-            // line (the copy button and the tooltip carry the whole text)
-            // until the rows are laid out again after a height change.
-            Q_UNUSED(row);
-        }
-    }
-    fitRowHeights();
-}
-
-void RKProcessResultWindow::resizeEvent(QResizeEvent* event)
-{
-    QDialog::resizeEvent(event);
-    fitRowHeights();
-}
-
-void RKProcessResultWindow::fitRowHeights()
-{
-    QTreeWidget* tree = ui->outlineView;
-    const int width = tree->columnWidth(kValueColumn);
-    for (QTreeWidgetItemIterator it(tree); *it; ++it) {
-        RKCopyableTableCellView* cell = valueCell(*it);
-        if (cell == nullptr || !cell->textField()->wordWrap()) {
-            continue;
-        }
-        const int height = std::max(cell->btnCopy()->sizeHint().height() + 2, cell->heightForWidth(width));
-        if ((*it)->sizeHint(kValueColumn).height() != height) {
-            (*it)->setSizeHint(kValueColumn, QSize(0, height));
+            RKCopyableTableCellView* cell = valueCell(row);
+            cell->setWrapsText(true);
+            connect(cell, &RKCopyableTableCellView::heightNeeded, this, [this, row, cell](int height) {
+                // The view takes the cell's own size hint too, which a
+                // wrapping label makes tall and narrow: the row is held to
+                // what the text needs. Laid out again on the next turn, as
+                // this runs inside the view's own placing of its cells.
+                row->setSizeHint(kValueColumn, QSize(0, height));
+                cell->setFixedHeight(height);
+                QMetaObject::invokeMethod(ui->outlineView, &QTreeWidget::doItemsLayout, Qt::QueuedConnection);
+            });
         }
     }
 }

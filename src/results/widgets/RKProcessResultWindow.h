@@ -54,12 +54,7 @@ public slots:
     bool close();
     void reject() override;
 
-protected:
-    void resizeEvent(QResizeEvent* event) override;
-
 private:
-    // Error rows are as tall as their message needs at the column's width.
-    void fitRowHeights();
     QTreeWidgetItem* addRow(QTreeWidgetItem* parent, RowKind kind, const QString& label,
                             const QString& value, bool copyable, bool masked);
     void reloadData();
