@@ -56,8 +56,7 @@ void RKPanelMemory::fitColumns(QFileDialog* panel)
         }
         details += header->sectionSize(column);
     }
-    const int left = view->viewport()->width() - details;
-    if (left > header->sectionSize(0)) {
-        header->resizeSection(0, left);
-    }
+    // The name column gives way to the details, down to a third of the view.
+    const int viewWidth = view->viewport()->width();
+    header->resizeSection(0, std::max(viewWidth / 3, viewWidth - details));
 }

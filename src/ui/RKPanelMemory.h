@@ -8,7 +8,7 @@ class QFileDialog;
 // details), column widths and side bar are kept under a name of their own,
 // and the detail columns are widened to what they show whenever a folder has
 // been read, so that sizes, kinds and dates are never cut. The name column
-// takes the width that is left.
+// takes the width that is left (at least a third of the view).
 class RKPanelMemory
 {
 public:
