@@ -18,6 +18,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
 #include <cerrno>
@@ -512,6 +513,10 @@ int RKCommandLine::runJob(const Options& options)
             return usageError(tr("-o: no private folder could be made: %1").arg(made->errorString()));
         }
     }
+    // A killed run leaves its private folder behind: registered, the next
+    // start of either program removes it.
+    const int madeToken = made ? RKLeftovers::add(made->path(), false) : 0;
+    const auto forgetMade = qScopeGuard([madeToken] { RKLeftovers::remove(madeToken); });
     std::optional<QTemporaryDir> spool;
     QStringList paths = options.paths;
     for (QString& path : paths) {

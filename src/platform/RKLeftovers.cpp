@@ -80,7 +80,9 @@ bool isProcessFolderName(const QString& name)
 
 bool isLeftoverName(const QString& name, bool folder)
 {
-    static const QRegularExpression workingFolder(QStringLiteral("^\\.mokuza-work-[A-Za-z0-9]{6}$"));
+    // Extraction's working folders, and the private folders that mokuza -o
+    // writes its archive in.
+    static const QRegularExpression workingFolder(QStringLiteral("^(\\.mokuza-work|\\.?mokuza-out)-[A-Za-z0-9]{6}$"));
     static const QRegularExpression partFile(QStringLiteral("^\\..+\\.[0-9a-z]+\\.part$"));
     return (folder ? workingFolder : partFile).match(name).hasMatch();
 }

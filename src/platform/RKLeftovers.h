@@ -30,7 +30,8 @@ public:
     static void remove(int token);
 
     // Removes path when it is a leftover of ours that no live run holds: a
-    // working folder (".mokuza-work-XXXXXX") or a ".NAME.XXXXXX.part" file,
+    // working folder (".mokuza-work-XXXXXX", or mokuza -o's "mokuza-out-XXXXXX"
+    // with or without a dot) or a ".NAME.XXXXXX.part" file,
     // owned by the user, whose lock can be taken. Answers whether it was
     // removed.
     static bool removeIfAbandoned(const QString& path);

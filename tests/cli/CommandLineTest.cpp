@@ -670,6 +670,7 @@ struct SignalCase {
     const char* name;
     int signal;
     bool namedFile; // the archive is written to a hidden ".part" file
+    bool output = false; // -o names the archive (written in a private folder beside it)
 };
 
 class CancelBySignal : public CommandLine,
@@ -696,7 +697,8 @@ TEST_P(CancelBySignal, DropsTheArchiveBeingWritten)
         const QString asan = qEnvironmentVariable("ASAN_OPTIONS");
         extraEnvironment.insert("ASAN_OPTIONS", (asan.isEmpty() ? asan : asan + ':') + "verify_asan_link_order=0");
     }
-    start(QStringList{"compress", "--dest", place.dest, "--on-conflict", "overwrite"} + place.given());
+    start(QStringList{"compress", "--on-conflict", "overwrite"}
+          + (how.output ? QStringList{"-o", place.dest + "/big.zip"} : QStringList{"--dest", place.dest}) + place.given());
     process.closeWriteChannel();
     ASSERT_TRUE(waitForProgress()) << err.toStdString();
     ::kill(pid_t(process.processId()), how.signal);
@@ -723,7 +725,8 @@ INSTANTIATE_TEST_SUITE_P(
                        ::testing::Values(SignalCase{"SIGINT", SIGINT, true}, SignalCase{"SIGTERM", SIGTERM, true},
                                          SignalCase{"SIGHUP", SIGHUP, true}, SignalCase{"SIGPIPE", SIGPIPE, true},
                                          SignalCase{"SIGKILL", SIGKILL, true},
-                                         SignalCase{"SIGKILLWithUnnamedFile", SIGKILL, false})),
+                                         SignalCase{"SIGKILLWithUnnamedFile", SIGKILL, false},
+                                         SignalCase{"SIGKILLWithOutputFile", SIGKILL, false, true})),
     [](const auto& info) {
         return std::string(std::get<0>(info.param).name) + "_" + std::get<1>(info.param).name;
     });
