@@ -15,9 +15,7 @@ struct TemplateCase {
     const char* expected;
 };
 
-class RKPasswordTemplate : public ::testing::TestWithParam<TemplateCase>
-{
-};
+class RKPasswordTemplate : public ::testing::TestWithParam<TemplateCase> {};
 
 TEST_P(RKPasswordTemplate, Expands)
 {
