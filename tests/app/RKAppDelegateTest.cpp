@@ -435,20 +435,13 @@ TEST_F(AppDelegateTest, RequestsArrivingDuringAJobWaitForItAndTheExitWaitsForThe
 
 // Help without a browser: where xdg-open finds no application for the page,
 // it opens in a window of the application, whose links between sections all
-// lead somewhere; where a browser takes it, no window comes.
+// lead somewhere. (Where a browser takes it, the drop window's test sees no
+// window come.)
 TEST(HelpLauncher, OpensTheBundledPageInAWindowWhereNoBrowserTakesIt)
 {
     QWidget parent;
-    for (const int status : {0, 1}) {
-        FakeXdgOpen xdgOpen(status);
-        ASSERT_TRUE(RKHelpLauncher::openHelpPage(&parent));
-        ASSERT_TRUE(TestEnvironment::waitFor([&] { return !xdgOpen.targets().isEmpty(); }));
-        EXPECT_TRUE(xdgOpen.targets()[0].startsWith("file:///")) << xdgOpen.targets()[0].toStdString();
-        if (status == 0) {
-            TestEnvironment::waitFor([] { return false; }, 300); // the answer has come
-            EXPECT_EQ(RKHelpLauncher::helpWindow(), nullptr);
-        }
-    }
+    FakeXdgOpen xdgOpen(1);
+    ASSERT_TRUE(RKHelpLauncher::openHelpPage(&parent));
     ASSERT_TRUE(TestEnvironment::waitFor([] { return RKHelpLauncher::helpWindow() != nullptr; }));
     RKHelpWindow* window = RKHelpLauncher::helpWindow();
     EXPECT_TRUE(window->isVisible());

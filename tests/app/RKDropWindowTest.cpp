@@ -3,6 +3,7 @@
 #include "app/AppTestSupport.h"
 #include "app/widgets/RKDroppableView.h"
 #include "app/widgets/RKDroppableViewDelegate.h"
+#include "app/widgets/RKHelpLauncher.h"
 #include "app/widgets/RKLogoImageView.h"
 #include "app/widgets/RKTopView.h"
 #include "app/widgets/RKTopWindow.h"
@@ -105,10 +106,7 @@ TEST_F(DropWindowTest, ShowsTheProfilesLastUsedFromIt)
     setting.commit();
 
     TestAppDelegate app;
-    RKTopWindow* window = app.window();
-    EXPECT_EQ(window->windowTitle(), QStringLiteral("MOKUZA-FULL"));
-    EXPECT_EQ(app.mainWindow(), window);
-    RKTopView* view = window->topView();
+    RKTopView* view = app.window()->topView();
     EXPECT_EQ(view->profilePopUp()->currentIndex(), 3);
     EXPECT_EQ(view->unArchiveProfilePopUp()->currentIndex(), 1);
     EXPECT_FALSE(view->logoImageView()->pixmap().isNull()) << "AppIconFULL is built in";
@@ -176,6 +174,8 @@ TEST_F(DropWindowTest, LogoClickAndHelpCommandOpenTheShippedHelpPage)
         QTest::mouseClick(logo, Qt::LeftButton);
         app.doHelp();
         ASSERT_TRUE(TestEnvironment::waitFor([&] { return xdgOpen.targets().size() >= 2; }));
+        TestEnvironment::waitFor([] { return false; }, 300); // xdg-open's answers have come
+        EXPECT_EQ(RKHelpLauncher::helpWindow(), nullptr) << "the browser took the page";
     }
     ASSERT_EQ(xdgOpen.targets().size(), 2) << "only the left button clicks";
     for (const QString& target : xdgOpen.targets()) {

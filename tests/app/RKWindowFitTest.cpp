@@ -119,7 +119,6 @@ INSTANTIATE_TEST_SUITE_P(
                       app.showMixedItemsAlert(false);
                       return app.window()->findChild<QMessageBox*>("mixedItemsAlert");
                   }},
-        WindowRow{"HelpPageMissingAlert", [](TestAppDelegate& app, auto&) { return errorSheet(app, u"ヘルプページが見つかりません"); }},
         WindowRow{"LongestProfileRefusal",
                   [](TestAppDelegate& app, auto&) {
                       return errorSheet(app, u"パスワード設定のショートカットが圧縮プロファイルのショートカットと重複しています");
