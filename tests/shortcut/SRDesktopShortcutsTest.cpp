@@ -101,9 +101,17 @@ struct DesktopCase {
     bool taken;
 };
 
-class PlasmaShortcuts : public ::testing::TestWithParam<DesktopCase>
+// The validator asked through the probe: taken with the system explanation, or free.
+void expectTakenThrough(SRHotKeyProbe& probe, const DesktopCase& c)
 {
-};
+    SRHotKeyProbe::setCurrent(&probe);
+    SRValidationError error;
+    EXPECT_EQ(SRValidator().isKeyCodeAndFlagsTaken(c.keyCode, c.flags, &error), c.taken);
+    EXPECT_EQ(error.localizedRecoverySuggestion.contains("system-wide keyboard shortcut"), c.taken);
+    SRHotKeyProbe::setCurrent(nullptr);
+}
+
+class PlasmaShortcuts : public ::testing::TestWithParam<DesktopCase> {};
 
 TEST_P(PlasmaShortcuts, AreTakenAsTheServiceTells)
 {
@@ -127,13 +135,7 @@ TEST_P(PlasmaShortcuts, AreTakenAsTheServiceTells)
     ASSERT_TRUE(server.registerObject("/kglobalaccel", &service, QDBusConnection::ExportAllSlots));
     ASSERT_TRUE(server.registerService("org.kde.kglobalaccel"));
     ASSERT_TRUE(probe.canProbe());
-    SRHotKeyProbe::setCurrent(&probe);
-    SRValidationError error;
-    EXPECT_EQ(SRValidator().isKeyCodeAndFlagsTaken(c.keyCode, c.flags, &error), c.taken);
-    SRHotKeyProbe::setCurrent(nullptr);
-    if (c.taken) {
-        EXPECT_TRUE(error.localizedRecoverySuggestion.contains("system-wide keyboard shortcut"));
-    }
+    expectTakenThrough(probe, c);
     serviceThread.quit();
     serviceThread.wait();
 }
@@ -180,11 +182,7 @@ protected:
         g_settings_set_strv(media, "custom-keybindings", paths);
         g_object_unref(media);
     }
-    void TearDown() override
-    {
-        qunsetenv("XDG_CURRENT_DESKTOP");
-        SRHotKeyProbe::setCurrent(nullptr);
-    }
+    void TearDown() override { qunsetenv("XDG_CURRENT_DESKTOP"); }
 };
 
 TEST_P(GnomeShortcuts, AreTakenAsTheKeyBindingSchemasSay)
@@ -193,12 +191,7 @@ TEST_P(GnomeShortcuts, AreTakenAsTheKeyBindingSchemasSay)
     const ScopedKeyboardLayout layout("us");
     SRGnomeKeyBindingProbe probe;
     ASSERT_TRUE(probe.canProbe());
-    SRHotKeyProbe::setCurrent(&probe);
-    SRValidationError error;
-    EXPECT_EQ(SRValidator().isKeyCodeAndFlagsTaken(c.keyCode, c.flags, &error), c.taken);
-    if (c.taken) {
-        EXPECT_TRUE(error.localizedRecoverySuggestion.contains("system-wide keyboard shortcut"));
-    }
+    expectTakenThrough(probe, c);
 }
 
 INSTANTIATE_TEST_SUITE_P(
