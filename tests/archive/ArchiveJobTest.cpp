@@ -224,15 +224,7 @@ class FaultJob : public ::testing::TestWithParam<FaultTable::Row> {};
 TEST_P(FaultJob, LeavesWhatTheRowSays)
 {
     const FaultTable::Row& row = GetParam();
-    QString skipped;
-    switch (FaultTable::enter(row, &skipped)) {
-    case FaultTable::Entry::Done:
-        return;
-    case FaultTable::Entry::Skip:
-        GTEST_SKIP() << skipped.toStdString();
-    case FaultTable::Entry::Run:
-        break;
-    }
+    FAULT_TABLE_ENTER(row);
     QTemporaryDir dir;
     const FaultTable::Place place(row, dir.path());
     ScriptedServices services;

@@ -50,6 +50,17 @@ enum class Entry { Run, Done, Skip };
 // conditions cannot be had here answers Skip with the reason.
 Entry enter(const Row& row, QString* skipReason);
 
+// Goes on with the test only when this process is to run the row itself.
+#define FAULT_TABLE_ENTER(row)                                                                     \
+    do {                                                                                           \
+        QString faultTableSkip;                                                                    \
+        switch (FaultTable::enter(row, &faultTableSkip)) {                                         \
+        case FaultTable::Entry::Done: return;                                                      \
+        case FaultTable::Entry::Skip: GTEST_SKIP() << faultTableSkip.toStdString();                \
+        case FaultTable::Entry::Run: break;                                                        \
+        }                                                                                          \
+    } while (false)
+
 // The row's files, made below root (the sources below sources when given,
 // made there beforehand). Undoes its closed modes when it goes, so that the
 // folders can be removed.
