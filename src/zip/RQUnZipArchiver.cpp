@@ -27,7 +27,9 @@ struct RQUnZipArchiver::Private {
     struct Run {
         std::atomic<bool> isCancelled { false };
         ZipArchive zip;
-        QStringList unArchiveFiles;
+        // The entry names are the adapter's listing, decoded at each step:
+        // only their count is kept.
+        int unArchiveFiles = 0;
         int archiveProgress = 0;
         QString basePath;
         QString zipFilePath;
@@ -75,7 +77,7 @@ void RQUnZipArchiver::Private::closeZip(Run& run)
 {
     run.zip.UnzipCloseFile();
     run.archiveProgress = 0;
-    run.unArchiveFiles.clear();
+    run.unArchiveFiles = 0;
     run.basePath.clear();
     run.zipFilePath.clear();
 }
@@ -95,12 +97,12 @@ bool RQUnZipArchiver::Private::unArchiveStart(Run& run)
         notify([&](RQUnZipArchiverDelegate* receiver) { receiver->unArchiverArchiveCancelled(q); });
         return false;
     }
-    if (run.unArchiveFiles.isEmpty()) {
+    if (run.unArchiveFiles == 0) {
         throw std::out_of_range("no entries");
     }
     const int index = run.archiveProgress;
-    const int total = int(run.unArchiveFiles.size());
-    const QString name = run.unArchiveFiles.at(index);
+    const int total = run.unArchiveFiles;
+    const QString name = run.zip.listedName(index);
     notify([&](RQUnZipArchiverDelegate* receiver) {
         receiver->unArchiverArchiveProgress(q, index + 1, total, name);
     });
@@ -209,9 +211,9 @@ void RQUnZipArchiver::unArchive(const QString& destination, const QString& passw
         d->finish(*run, archive);
         return;
     }
-    std::optional<QStringList> names;
+    std::optional<qsizetype> names;
     try {
-        names = run->zip.getZipFileContents64(sourceEncoding);
+        names = run->zip.checkZipFileContents64(sourceEncoding);
     } catch (...) {
         names.reset();
     }
@@ -225,7 +227,7 @@ void RQUnZipArchiver::unArchive(const QString& destination, const QString& passw
         });
         return;
     }
-    run->unArchiveFiles = *names;
+    run->unArchiveFiles = int(*names);
     Private* owner = d.get();
     run->zip.setProgressBlock([owner](const QString& path, quint64 done, quint64 size) {
         owner->notify([&](RQUnZipArchiverDelegate* receiver) {
@@ -235,7 +237,7 @@ void RQUnZipArchiver::unArchive(const QString& destination, const QString& passw
     run->archiveProgress = 0;
     run->basePath = localPath(destination);
 
-    const int total = int(names->size());
+    const int total = int(*names);
     d->notify([&](RQUnZipArchiverDelegate* receiver) {
         receiver->unArchiverArchiveStarted(this, total);
     });

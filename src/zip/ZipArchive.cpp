@@ -316,7 +316,14 @@ struct ZipArchive::Private {
     QString _password;
     ZipArchiveDelegate* _delegate = nullptr;
     ProgressBlock _progressBlock;
-    QStringList _unzippedFiles;
+    // The files written since the archive was opened, compactly: folders
+    // extracted into with the UTF-8 paths below each, one after the other.
+    // An archive of a hundred thousand files must not hold as many strings.
+    struct UnzippedRun {
+        QString folder;
+        QByteArray paths; // relative paths, each ended by a zero byte
+    };
+    std::vector<UnzippedRun> _unzippedFiles;
     quint64 _stringEncoding = 4;
     int _compression = -1;
 
@@ -342,13 +349,17 @@ struct ZipArchive::Private {
     ZipCentralDirectory directory;
     ZipEntryReader entryReader;
     ZipOutputFolder output;
-    // The last listing: names by position in the directory, and for each
-    // position the first entry whose stored name is the same but for the
-    // case of ASCII letters.
+    // The last listing, asked for in listedEncoding: every name decodes in
+    // listedNames, the encoding decided for the archive's names. The names
+    // themselves are decoded again when an entry is extracted, and kept only
+    // when the listing was asked for or a name is looked up: for a name, the
+    // first entry whose stored name is the same but for the case of ASCII
+    // letters.
     QStringList listed;
     std::vector<qsizetype> firstOfKey;
-    QHash<QString, qsizetype> byListedName; // made when a name is asked for
+    QHash<QString, qsizetype> byListedName;
     quint64 listedEncoding = kUtf8;
+    quint64 listedNames = kUtf8;
     bool listedValid = false;
     // The password form the last encrypted entry took; tried first.
     QByteArray fittingPassword;
@@ -377,6 +388,13 @@ struct ZipArchive::Private {
                                           quint64 encoding) const;
     std::optional<time_t> modificationTime(const ZipCentralRecord& record) const;
     bool list(quint64 encoding);
+    // The listed name of the entry at index (listing valid).
+    QString listedName(qsizetype index) const;
+    void keepNames();
+    // The path components of the entry at index as extraction takes them;
+    // empty when its name leads outside the folder.
+    QStringList safeComponentsOf(qsizetype index) const;
+    void noteUnzipped(const QString& folder, const QString& relative);
     QList<QByteArray> passwordForms() const;
 };
 
@@ -963,20 +981,38 @@ bool ZipArchive::Private::list(quint64 encoding)
     firstOfKey.clear();
     byListedName.clear();
     listedValid = false;
+    const quint64 names = namesEncoding(encoding);
+    for (const ZipCentralRecord& record : directory.records()) {
+        if (!entryName(record, names)) {
+            return false;
+        }
+    }
+    listedEncoding = encoding;
+    listedNames = names;
+    listedValid = true;
+    return true;
+}
+
+QString ZipArchive::Private::listedName(qsizetype index) const
+{
+    if (index < listed.size()) {
+        return listed.at(index);
+    }
+    return slashed(entryName(directory.records()[size_t(index)], listedNames).value_or(QString()));
+}
+
+void ZipArchive::Private::keepNames()
+{
+    if (!listed.isEmpty() || !listedValid) {
+        return;
+    }
     const std::vector<ZipCentralRecord>& records = directory.records();
     listed.reserve(qsizetype(records.size()));
     firstOfKey.reserve(records.size());
     QHash<QByteArray, qsizetype> firstByKey;
     firstByKey.reserve(qsizetype(records.size()));
-    const quint64 names = namesEncoding(encoding);
     for (const ZipCentralRecord& record : records) {
-        std::optional<QString> name = entryName(record, names);
-        if (!name) {
-            listed.clear();
-            firstOfKey.clear();
-            return false;
-        }
-        listed.append(slashed(*std::move(name)));
+        listed.append(slashed(entryName(record, listedNames).value_or(QString())));
         const QByteArrayView stored = directory.name(record);
         const qsizetype index = qsizetype(firstOfKey.size());
         const QByteArray key = lookupKey(stored.data(), stored.size());
@@ -988,9 +1024,21 @@ bool ZipArchive::Private::list(quint64 encoding)
             firstOfKey.push_back(first.value());
         }
     }
-    listedEncoding = encoding;
-    listedValid = true;
-    return true;
+}
+
+QStringList ZipArchive::Private::safeComponentsOf(qsizetype index) const
+{
+    return ZipOutputFolder::safeComponents(listedName(index)).value_or(QStringList());
+}
+
+void ZipArchive::Private::noteUnzipped(const QString& folder, const QString& relative)
+{
+    if (_unzippedFiles.empty() || _unzippedFiles.back().folder != folder) {
+        _unzippedFiles.push_back({ folder, QByteArray() });
+    }
+    QByteArray& paths = _unzippedFiles.back().paths;
+    paths += relative.toUtf8();
+    paths += '\0';
 }
 
 QList<QByteArray> ZipArchive::Private::passwordForms() const
@@ -1020,7 +1068,7 @@ bool ZipArchive::UnzipOpenFile(const QString& path)
         UnzipCloseFile();
         d->_password = password;
     }
-    d->_unzippedFiles = QStringList();
+    d->_unzippedFiles.clear();
     d->_numFiles = 0;
     d->output.close();
     d->extractedPaths.clear();
@@ -1107,7 +1155,31 @@ std::optional<QStringList> ZipArchive::getZipFileContents64(quint64 encoding)
     if (!d->list(encoding)) {
         return std::nullopt;
     }
+    d->keepNames();
     return d->listed;
+}
+
+std::optional<qsizetype> ZipArchive::checkZipFileContents64(quint64 encoding)
+{
+    if (d->readFd < 0) {
+        return 0;
+    }
+    if (d->directory.records().empty()) {
+        OutputErrorMessage(QStringLiteral("Failed"));
+        OutputErrorMessage(QStringLiteral("Error occured"));
+    }
+    if (!d->list(encoding)) {
+        return std::nullopt;
+    }
+    return qsizetype(d->directory.records().size());
+}
+
+QString ZipArchive::listedName(qsizetype index) const
+{
+    if (!d->listedValid || index < 0 || index >= qsizetype(d->directory.records().size())) {
+        return QString();
+    }
+    return d->listedName(index);
 }
 
 bool ZipArchive::UnzipFileTo64(const QString& path, const QString& inFilePath, bool overWrite,
@@ -1116,6 +1188,7 @@ bool ZipArchive::UnzipFileTo64(const QString& path, const QString& inFilePath, b
     if (d->readFd >= 0 && (!d->listedValid || d->listedEncoding != encoding)) {
         d->list(encoding);
     }
+    d->keepNames();
     if (d->listedValid && d->byListedName.isEmpty()) {
         d->byListedName.reserve(d->listed.size());
         for (qsizetype i = d->listed.size() - 1; i >= 0; --i) {
@@ -1137,7 +1210,7 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
     }
     d->nameOutcome = ZipNameOutcome {};
     d->lastFailure = ReadFailure::Other;
-    if (!d->listedValid || index < 0 || index >= d->listed.size()) {
+    if (!d->listedValid || index < 0 || index >= qsizetype(d->directory.records().size())) {
         OutputErrorMessage(QStringLiteral("Failed"));
         return false;
     }
@@ -1145,7 +1218,7 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
     // earlier entry has: the path decides what becomes of it.
     const qsizetype at = index;
     const ZipCentralRecord& record = d->directory.records()[size_t(at)];
-    const QString name = d->listed.at(at);
+    const QString name = d->listedName(at);
     // A folder ends in a separator character, judged on the decoded name: in
     // Shift-JIS the byte of "\" is also the second byte of characters such as
     // 表 and ソ, and a file whose name ends in one must stay a file.
@@ -1206,7 +1279,8 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
         d->extractedPaths.clear();
         d->claimsRoot = path;
     }
-    const ZipExtractedPaths::Path placed = d->extractedPaths.claim(*components, isFolder, at);
+    const ZipExtractedPaths::Path placed = d->extractedPaths.claim(
+        *components, isFolder, at, [this](qsizetype entry) { return d->safeComponentsOf(entry); });
     d->nameOutcome.numbered = placed.numbered;
     QString relative = placed.folders.join(QLatin1Char('/'));
     if (!isFolder) {
@@ -1245,7 +1319,7 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
             OutputErrorMessage(QStringLiteral("Failed to create link"));
             return false;
         }
-        d->_unzippedFiles.append(outputPath);
+        d->noteUnzipped(path, relative);
         if (modified) {
             const struct timespec times[2] = { { 0, UTIME_OMIT }, { *modified, 0 } };
             ::utimensat(folderFd, QFile::encodeName(placed.leaf).constData(), times,
@@ -1263,7 +1337,7 @@ bool ZipArchive::UnzipFileTo64(const QString& path, qsizetype index, bool overWr
         OutputErrorMessage(QStringLiteral("Failed to open output file for writing"));
         return false;
     }
-    d->_unzippedFiles.append(outputPath);
+    d->noteUnzipped(path, relative);
 
     qint64 written = 0;
     qint64 reported = 0;
@@ -1463,7 +1537,20 @@ quint64 ZipArchive::stringEncoding() const { return d->_stringEncoding; }
 void ZipArchive::setStringEncoding(quint64 encoding) { d->_stringEncoding = encoding; }
 quint64 ZipArchive::numFiles() const { return d->_numFiles; }
 ZipNameOutcome ZipArchive::lastNameOutcome() const { return d->nameOutcome; }
-QStringList ZipArchive::unzippedFiles() const { return d->_unzippedFiles; }
+QStringList ZipArchive::unzippedFiles() const
+{
+    QStringList files;
+    for (const Private::UnzippedRun& run : d->_unzippedFiles) {
+        const QString prefix =
+            run.folder.endsWith(QLatin1Char('/')) ? run.folder : run.folder + QLatin1Char('/');
+        for (qsizetype at = 0; at < run.paths.size();) {
+            const qsizetype end = run.paths.indexOf('\0', at);
+            files.append(prefix + QString::fromUtf8(run.paths.constData() + at, end - at));
+            at = end + 1;
+        }
+    }
+    return files;
+}
 
 void ZipArchive::OutputErrorMessage(const QString& message) const
 {

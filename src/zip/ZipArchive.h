@@ -162,6 +162,13 @@ public:
     // otherwise in the encoding, a name that is not valid there but is valid
     // UTF-8 as UTF-8. nullopt when a name decodes neither way.
     std::optional<QStringList> getZipFileContents64(quint64 encoding);
+    // The same check of every name without keeping the names (an archive may
+    // hold a hundred thousand): the number of entries, or nullopt when a name
+    // decodes neither way.
+    std::optional<qsizetype> checkZipFileContents64(quint64 encoding);
+    // The name listed at index by the last listing (either form); empty when
+    // there is none.
+    QString listedName(qsizetype index) const;
 
     // Extracts the entry at position index of the listing below the folder
     // path. Never writes outside that folder: absolute

@@ -5,6 +5,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cstring>
 #include <numeric>
 
 using ZipFileIo::u16;
@@ -19,6 +20,7 @@ constexpr qint64 kZip64LocatorSize = 20;
 constexpr qint64 kZip64EndRecordSize = 56;
 constexpr qint64 kCentralHeaderSize = 46;
 constexpr qint64 kLocalHeaderSize = 30;
+constexpr qint64 kDirectoryWindow = 256 * 1024;
 
 bool hasSignature(const char* p, char third, char fourth)
 {
@@ -218,17 +220,37 @@ bool ZipCentralDirectory::read(int fd, qint64 fileSize)
 
 bool ZipCentralDirectory::walk(int fd, qint64 start, qint64 end, qint64 prefix)
 {
-    m_bytes = QByteArray(end - start, Qt::Uninitialized);
-    if (ZipFileIo::preadFully(fd, m_bytes.data(), end - start, start) != end - start) {
-        return false;
-    }
-    const char* bytes = m_bytes.constData();
-    const qsizetype size = m_bytes.size();
-    for (qsizetype at = 0; at < size;) {
-        if (size - at < kCentralHeaderSize || !hasSignature(bytes + at, 1, 2)) {
+    // Read through a window; of each record only the name and the extra
+    // field are kept, which is half the directory or less.
+    std::vector<char> window;
+    qint64 windowStart = start; // file position of window[0]
+    qsizetype windowSize = 0;
+    for (qint64 position = start; position < end;) {
+        qsizetype at = qsizetype(position - windowStart);
+        // Every record fits in the window whole: 46 bytes and three fields of
+        // at most 65,535 bytes each.
+        if (windowSize - at < kCentralHeaderSize
+            || windowSize - at < kCentralHeaderSize + u16(window.data() + at + 28)
+                    + u16(window.data() + at + 30) + u16(window.data() + at + 32)) {
+            const qsizetype kept = windowSize - at;
+            const qint64 wanted = qMin<qint64>(kDirectoryWindow, end - position);
+            if (window.size() < size_t(wanted)) {
+                window.resize(size_t(wanted));
+            }
+            std::memmove(window.data(), window.data() + at, size_t(kept));
+            const qint64 more = wanted - kept;
+            if (more > 0
+                && ZipFileIo::preadFully(fd, window.data() + kept, more, position + kept) != more) {
+                return false;
+            }
+            windowStart = position;
+            windowSize = qsizetype(wanted);
+            at = 0;
+        }
+        const char* header = window.data() + at;
+        if (windowSize - at < kCentralHeaderSize || !hasSignature(header, 1, 2)) {
             return false;
         }
-        const char* header = bytes + at;
         ZipCentralRecord record;
         record.versionMadeBy = u16(header + 4);
         record.flag = u16(header + 8);
@@ -242,20 +264,22 @@ bool ZipCentralDirectory::walk(int fd, qint64 start, qint64 end, qint64 prefix)
         const quint16 commentLength = u16(header + 32);
         record.externalAttributes = u32(header + 38);
         record.localHeaderOffset = u32(header + 42);
-        record.nameOffset = at + kCentralHeaderSize;
-        record.extraOffset = record.nameOffset + record.nameLength;
-        const qsizetype next = record.extraOffset + record.extraLength + commentLength;
-        if (next > size) {
+        const qsizetype fields = record.nameLength + record.extraLength;
+        if (kCentralHeaderSize + fields + commentLength > windowSize - at) {
             return false;
         }
-        applyZip64(record, bytes + record.extraOffset, record.extraLength);
+        record.nameOffset = m_bytes.size();
+        record.extraOffset = record.nameOffset + record.nameLength;
+        m_bytes.append(header + kCentralHeaderSize, fields);
+        applyZip64(record, header + kCentralHeaderSize + record.nameLength, record.extraLength);
         if (record.method == 99) {
-            applyAes(record, bytes + record.extraOffset, record.extraLength);
+            applyAes(record, header + kCentralHeaderSize + record.nameLength, record.extraLength);
         }
         record.localHeaderOffset += quint64(prefix);
         m_records.push_back(record);
-        at = next;
+        position += kCentralHeaderSize + fields + commentLength;
     }
+    m_bytes.squeeze();
     markOverlaps(start);
     return true;
 }

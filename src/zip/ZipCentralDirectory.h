@@ -22,7 +22,7 @@ struct ZipCentralRecord {
     // Where the next entry's local header, or the directory, begins: no byte
     // of this entry may lie at or beyond it.
     quint64 dataLimit = 0;
-    // Offsets into the directory's bytes.
+    // Offsets into the names and extra fields the directory keeps.
     qsizetype nameOffset = 0;
     quint16 nameLength = 0;
     qsizetype extraOffset = 0;
@@ -71,6 +71,7 @@ private:
     bool walk(int fd, qint64 start, qint64 end, qint64 prefix);
     void markOverlaps(qint64 directoryStart);
 
+    // The name and extra field of every record, one after the other.
     QByteArray m_bytes;
     std::vector<ZipCentralRecord> m_records;
     quint64 m_declaredCount = 0;
