@@ -11,7 +11,7 @@ PACKAGES=(
   qt6-base-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
   qt6-translations-l10n
   libqt6dbus6 libqt6svg6 qt6-qpa-plugins qt6-wayland
-  libquazip1-qt6-dev zlib1g-dev libdeflate-dev libbz2-dev liblzma-dev libicu-dev
+  libquazip1-qt6-dev zlib1g-dev libdeflate-dev libisal-dev libbz2-dev liblzma-dev libicu-dev
   # WinZip AES: key derivation, AES, HMAC
   libssl-dev
   libx11-dev libxkbcommon-dev libxkbcommon-x11-dev libxcb1-dev libxcb-xkb-dev

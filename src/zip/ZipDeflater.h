@@ -3,9 +3,11 @@
 #include <zlib.h>
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 struct libdeflate_compressor;
+struct isal_zstream;
 
 // Raw deflate streams made away from the archive, with what the container
 // needs to describe them: the CRC-32 of the input and whether zlib's deflate,
@@ -36,7 +38,9 @@ public:
     // flush, or finished when last. The pieces joined in order are one
     // stream. For the first piece, text is set only when the judgment falls
     // inside it; otherwise *undecided is set and the stream's state is kept
-    // for judgeFurther.
+    // for judgeFurther. A piece whose bytes look random is stored in blocks
+    // without searching it; levels 1 and 2 go through ISA-L after the first
+    // piece.
     bool deflatePiece(const char* dictionary, size_t dictionarySize, const char* data,
                       size_t size, bool last, int level, std::vector<char>* out, bool* text,
                       bool* undecided);
@@ -56,6 +60,8 @@ private:
     // Sets the stream on data, its output on out (made large enough).
     void feed(const char* data, size_t size, std::vector<char>* out);
     bool runDeflate(z_stream* stream, int flush, std::vector<char>* out);
+    bool deflatePieceFast(const char* dictionary, size_t dictionarySize, const char* data,
+                          size_t size, bool last, int level, std::vector<char>* out);
 
     z_stream m_stream {};
     bool m_streamReady = false;
@@ -66,4 +72,6 @@ private:
     std::vector<char> m_scratch;
     libdeflate_compressor* m_compressor = nullptr;
     int m_compressorLevel = -1;
+    std::unique_ptr<isal_zstream> m_isal;
+    std::vector<char> m_isalLevelBuffer;
 };
