@@ -54,6 +54,11 @@ def python_archives(src):
         archive.comment = b"an archive comment"
         with archive.open("big.txt", "w", force_zip64=True) as stream:
             stream.write(b"zip64 " * 100)
+    # Past the size decoded in one piece (streamed through a window), and past
+    # the size decoded on a thread of its own; both deflate to a few KiB.
+    for archive in write("python-deflate-large.zip", compression=zipfile.ZIP_DEFLATED):
+        archive.writestr("streamed.txt", (b"streamed through a window " * 70000)[:1536 << 10])
+        archive.writestr("relayed.bin", bytes(9 << 20))
     for archive in write("python-utf8-flag.zip"):
         archive.writestr("日本語/名前.txt", "utf-8 flagged name")
     with zipfile.ZipFile(os.path.join(OUT, "python-empty.zip"), "w"):

@@ -3,8 +3,12 @@
 #include "zip/ZipAesDecrypter.h"
 #include "zip/ZipFileIo.h"
 #include "zip/ZipInflate64.h"
+#include "zip/ZipPieceRelay.h"
+
+#include <QThread>
 
 #include <bzlib.h>
+#include <isa-l/igzip_lib.h>
 #include <libdeflate.h>
 #include <lzma.h>
 #include <zlib.h>
@@ -28,8 +32,14 @@ constexpr qint64 kOutputSize = 64 * 1024;
 constexpr quint64 kLzmaDictionaryCap = quint64(512) << 20;
 // Deflated entries up to this size (both ways) are decoded in one call of
 // libdeflate, two to three times zlib's speed; larger ones stream through
-// zlib so memory stays bounded.
+// ISA-L's inflate (1.15-1.53 GB/s on one core here, zlib 0.43-0.47), so
+// memory stays bounded.
 constexpr quint64 kWholeEntryLimit = quint64(1) << 20;
+// Entries from this size on are decoded on a second thread while this one
+// takes the CRC and writes: four pieces of 256 KiB in flight at most.
+constexpr quint64 kRelayLimit = quint64(8) << 20;
+constexpr qsizetype kRelaySlotSize = 256 * 1024;
+constexpr int kRelaySlots = 4;
 
 // The keys of traditional PKWARE encryption.
 class TraditionalKeys
@@ -81,8 +91,11 @@ struct ZipEntryReader::Private {
     qint64 codePosition = 0; // of the AES authentication code
     std::vector<char> input = std::vector<char>(size_t(kInputSize));
     std::vector<char> output = std::vector<char>(size_t(kOutputSize));
-    z_stream inflater {};
-    bool inflaterReady = false;
+    std::unique_ptr<inflate_state> inflater;
+    // While a large entry is decoded on a helper thread: where the decoded
+    // pieces go.
+    std::unique_ptr<ZipPieceRelay> relay;
+    bool relaying = false;
     std::unique_ptr<ZipInflate64> inflate64;
     std::vector<char> wholeInput;
     std::vector<char> wholeOutput;
@@ -90,12 +103,29 @@ struct ZipEntryReader::Private {
         nullptr, libdeflate_free_decompressor
     };
 
-    // The next piece of (decrypted) compressed data in input: its size, 0 at
-    // the end of the entry's data, -1 when the file could not be read.
+    // The next piece of (decrypted) compressed data in input (or at, up to
+    // size bytes): its size, 0 at the end of the entry's data, -1 when the
+    // file could not be read.
     qint64 fill();
+    qint64 fill(char* at, qint64 size);
+    // Where decoded output goes next, and how much room it has; handOn hands
+    // the first size bytes of it on (to the relay or to sink).
+    char* outputBuffer() { return relaying ? relay->acquire() : output.data(); }
+    qsizetype outputSize() const { return relaying ? kRelaySlotSize : kOutputSize; }
+    bool handOn(const Sink& sink, qsizetype size)
+    {
+        return relaying ? relay->publish(size) : sink(output.data(), size);
+    }
+    // Hands decoded data that lie elsewhere on.
+    bool pass(const Sink& sink, const char* data, qsizetype size)
+    {
+        return relaying ? relay->relay(data, size) : sink(data, size);
+    }
+    // Decodes the entry's data by its method.
+    Result decode(quint16 method, const Sink& sink);
     // Runs a decoder over the entry's data, starting with the piece at next:
     // each call of decode takes input from (next, available), writes output
-    // and says whether the stream goes on, ended or failed.
+    // into (out, room) and says whether the stream goes on, ended or failed.
     enum class Step { More, End, Failed };
     template <typename Decode>
     Result pump(const Sink& sink, const char* next, qint64 available, Decode decode);
@@ -109,17 +139,22 @@ struct ZipEntryReader::Private {
 
 qint64 ZipEntryReader::Private::fill()
 {
-    const qint64 wanted = qint64(qMin<quint64>(remaining, quint64(kInputSize)));
+    return fill(input.data(), kInputSize);
+}
+
+qint64 ZipEntryReader::Private::fill(char* at, qint64 size)
+{
+    const qint64 wanted = qint64(qMin<quint64>(remaining, quint64(size)));
     if (wanted == 0) {
         return 0;
     }
-    if (ZipFileIo::preadFully(fd, input.data(), wanted, position) != wanted) {
+    if (ZipFileIo::preadFully(fd, at, wanted, position) != wanted) {
         return -1;
     }
     if (keys) {
-        keys->decrypt(input.data(), wanted);
+        keys->decrypt(at, wanted);
     } else if (aesActive) {
-        aes->decrypt(input.data(), wanted);
+        aes->decrypt(at, wanted);
     }
     position += wanted;
     remaining -= quint64(wanted);
@@ -129,11 +164,15 @@ qint64 ZipEntryReader::Private::fill()
 ZipEntryReader::Result ZipEntryReader::Private::stored(const Sink& sink)
 {
     for (;;) {
-        const qint64 n = fill();
+        char* out = outputBuffer();
+        if (!out) {
+            return Result::SinkFailed;
+        }
+        const qint64 n = fill(out, outputSize());
         if (n <= 0) {
             return n < 0 ? Result::ReadFailed : Result::Ok;
         }
-        if (!sink(input.data(), n)) {
+        if (!handOn(sink, n)) {
             return Result::SinkFailed;
         }
     }
@@ -153,8 +192,12 @@ ZipEntryReader::Result ZipEntryReader::Private::pump(const Sink& sink, const cha
         }
         const bool ended = available == 0;
         qsizetype produced = 0;
-        const Step step = decode(&next, &available, &produced);
-        if (produced > 0 && !sink(output.data(), produced)) {
+        char* out = outputBuffer();
+        if (!out) {
+            return Result::SinkFailed;
+        }
+        const Step step = decode(&next, &available, out, outputSize(), &produced);
+        if (produced > 0 && !handOn(sink, produced)) {
             return Result::SinkFailed;
         }
         if (step == Step::End) {
@@ -194,7 +237,7 @@ ZipEntryReader::Result ZipEntryReader::Private::deflatedWhole(const Sink& sink)
     if (status != LIBDEFLATE_SUCCESS) {
         return Result::Damaged;
     }
-    if (produced > 0 && !sink(wholeOutput.data(), qsizetype(produced))) {
+    if (produced > 0 && !pass(sink, wholeOutput.data(), qsizetype(produced))) {
         return Result::SinkFailed;
     }
     return Result::Ok;
@@ -205,27 +248,27 @@ ZipEntryReader::Result ZipEntryReader::Private::deflated(const Sink& sink)
     if (record.uncompressedSize <= kWholeEntryLimit && remaining <= kWholeEntryLimit) {
         return deflatedWhole(sink);
     }
-    if (!inflaterReady) {
-        if (inflateInit2(&inflater, -MAX_WBITS) != Z_OK) {
-            return Result::Damaged;
-        }
-        inflaterReady = true;
-    } else if (inflateReset(&inflater) != Z_OK) {
-        return Result::Damaged;
+    if (!inflater) {
+        inflater = std::make_unique<inflate_state>();
     }
-    return pump(sink, nullptr, 0, [this](const char** next, qint64* available, qsizetype* produced) {
-        inflater.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(*next));
-        inflater.avail_in = uInt(*available);
-        inflater.next_out = reinterpret_cast<Bytef*>(output.data());
-        inflater.avail_out = uInt(kOutputSize);
-        const int status = inflate(&inflater, Z_NO_FLUSH);
-        *next = reinterpret_cast<const char*>(inflater.next_in);
-        *available = inflater.avail_in;
-        *produced = kOutputSize - qsizetype(inflater.avail_out);
-        return status == Z_STREAM_END                   ? Step::End
-            : status == Z_OK || status == Z_BUF_ERROR ? Step::More
-                                                       : Step::Failed;
-    });
+    isal_inflate_init(inflater.get());
+    inflater->crc_flag = ISAL_DEFLATE;
+    return pump(sink, nullptr, 0,
+                [this](const char** next, qint64* available, char* out, qsizetype room,
+                       qsizetype* produced) {
+                    inflater->next_in = reinterpret_cast<uint8_t*>(const_cast<char*>(*next));
+                    inflater->avail_in = uint32_t(*available);
+                    inflater->next_out = reinterpret_cast<uint8_t*>(out);
+                    inflater->avail_out = uint32_t(room);
+                    const int status = isal_inflate(inflater.get());
+                    *next = reinterpret_cast<const char*>(inflater->next_in);
+                    *available = inflater->avail_in;
+                    *produced = room - qsizetype(inflater->avail_out);
+                    if (status < 0) {
+                        return Step::Failed;
+                    }
+                    return inflater->block_state == ISAL_BLOCK_FINISH ? Step::End : Step::More;
+                });
 }
 
 ZipEntryReader::Result ZipEntryReader::Private::deflated64(const Sink& sink)
@@ -240,7 +283,8 @@ ZipEntryReader::Result ZipEntryReader::Private::deflated64(const Sink& sink)
         *data = reinterpret_cast<const unsigned char*>(input.data());
         return n;
     };
-    switch (inflate64->run(refill, sink)) {
+    const auto passed = [&](const char* data, qsizetype size) { return pass(sink, data, size); };
+    switch (inflate64->run(refill, passed)) {
     case ZipInflate64::Result::Ok:
         return Result::Ok;
     case ZipInflate64::Result::SinkFailed:
@@ -260,15 +304,17 @@ ZipEntryReader::Result ZipEntryReader::Private::bzip2(const Sink& sink)
         return Result::Damaged;
     }
     const Result result =
-        pump(sink, nullptr, 0, [&](const char** next, qint64* available, qsizetype* produced) {
+        pump(sink, nullptr, 0,
+             [&](const char** next, qint64* available, char* out, qsizetype room,
+                 qsizetype* produced) {
             stream.next_in = const_cast<char*>(*next);
             stream.avail_in = unsigned(*available);
-            stream.next_out = output.data();
-            stream.avail_out = unsigned(kOutputSize);
+            stream.next_out = out;
+            stream.avail_out = unsigned(room);
             const int status = BZ2_bzDecompress(&stream);
             *next = stream.next_in;
             *available = stream.avail_in;
-            *produced = kOutputSize - qsizetype(stream.avail_out);
+            *produced = room - qsizetype(stream.avail_out);
             return status == BZ_STREAM_END ? Step::End : status == BZ_OK ? Step::More : Step::Failed;
         });
     BZ2_bzDecompressEnd(&stream);
@@ -315,18 +361,19 @@ ZipEntryReader::Result ZipEntryReader::Private::lzma(const Sink& sink)
     quint64 left = record.uncompressedSize;
     const Result result = pump(
         sink, input.data() + 9, n - 9,
-        [&](const char** next, qint64* available, qsizetype* produced) {
+        [&](const char** next, qint64* available, char* out, qsizetype room,
+            qsizetype* produced) {
             if (left == 0) {
                 return Step::End;
             }
             stream.next_in = reinterpret_cast<const uint8_t*>(*next);
             stream.avail_in = size_t(*available);
-            stream.next_out = reinterpret_cast<uint8_t*>(output.data());
-            stream.avail_out = size_t(qMin<quint64>(left, quint64(kOutputSize)));
+            stream.next_out = reinterpret_cast<uint8_t*>(out);
+            stream.avail_out = size_t(qMin<quint64>(left, quint64(room)));
             const lzma_ret status = lzma_code(&stream, LZMA_RUN);
             *next = reinterpret_cast<const char*>(stream.next_in);
             *available = qint64(stream.avail_in);
-            *produced = qsizetype(reinterpret_cast<char*>(stream.next_out) - output.data());
+            *produced = qsizetype(reinterpret_cast<char*>(stream.next_out) - out);
             left -= quint64(*produced);
             return status == LZMA_STREAM_END || left == 0 ? Step::End
                 : status == LZMA_OK                        ? Step::More
@@ -336,17 +383,31 @@ ZipEntryReader::Result ZipEntryReader::Private::lzma(const Sink& sink)
     return result;
 }
 
+ZipEntryReader::Result ZipEntryReader::Private::decode(quint16 method, const Sink& sink)
+{
+    switch (method) {
+    case 0:
+        return stored(sink);
+    case 8:
+        return deflated(sink);
+    case 9:
+        return deflated64(sink);
+    case 12:
+        return bzip2(sink);
+    case 14:
+        return lzma(sink);
+    default:
+        break;
+    }
+    return Result::UnsupportedMethod;
+}
+
 ZipEntryReader::ZipEntryReader()
     : d(std::make_unique<Private>())
 {
 }
 
-ZipEntryReader::~ZipEntryReader()
-{
-    if (d->inflaterReady) {
-        inflateEnd(&d->inflater);
-    }
-}
+ZipEntryReader::~ZipEntryReader() = default;
 
 ZipEntryReader::Result ZipEntryReader::open(int fd, const ZipCentralDirectory& directory,
                                             const ZipCentralRecord& record,
@@ -515,24 +576,24 @@ ZipEntryReader::Result ZipEntryReader::read(const Sink& sink)
         return sink(data, size);
     };
     Result result = Result::Damaged;
-    switch (d->method) {
-    case 0:
-        result = d->stored(counted);
-        break;
-    case 8:
-        result = d->deflated(counted);
-        break;
-    case 9:
-        result = d->deflated64(counted);
-        break;
-    case 12:
-        result = d->bzip2(counted);
-        break;
-    case 14:
-        result = d->lzma(counted);
-        break;
-    default:
-        return Result::UnsupportedMethod;
+    static const bool twoCores = QThread::idealThreadCount() >= 2;
+    if (twoCores && expected >= kRelayLimit) {
+        // Decoding on a helper thread; the CRC and the sink stay on this one.
+        if (!d->relay) {
+            d->relay = std::make_unique<ZipPieceRelay>(kRelaySlotSize, kRelaySlots);
+        }
+        d->relaying = true;
+        const auto produce = [&] { result = d->decode(d->method, counted); };
+        const bool accepted = d->relay->run(produce, counted);
+        d->relaying = false;
+        if (!accepted && result == Result::Ok) {
+            result = Result::SinkFailed;
+        }
+    } else {
+        result = d->decode(d->method, counted);
+    }
+    if (result == Result::UnsupportedMethod) {
+        return result;
     }
     if (tooLong) {
         return Result::Damaged;

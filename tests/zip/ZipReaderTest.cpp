@@ -421,13 +421,24 @@ INSTANTIATE_TEST_SUITE_P(
                           R"({"entries": [{"name": "a", "data": "aaaa", "grow": 100}, {"name": "b", "data": "bbbb", "grow": 60},
                                           {"name": "c", "data": "cccc"}]})" } },
                       3, { "error 3 damaged a", "error 3 damaged b", "error 3 damaged c" }, {} },
-        // The same beyond the size decoded in one piece.
+        // The same beyond the size decoded in one piece, and beyond the size decoded on a thread of its own.
         AccountCase { "LargeDeflatedStreamsThatDoNotFitTheirSizes",
                       { { "peer", "raw", "$ZIP",
                           R"({"entries": [{"name": "long", "data": "0123456789", "repeat": 150000, "size_off": -1},
                                           {"name": "short", "data": "0123456789", "repeat": 150000, "size_off": 1},
-                                          {"name": "cut", "data": "0123456789", "repeat": 150000, "grow": -3}]})" } },
-                      3, { "error 3 damaged long", "error 3 damaged short", "error 3 damaged cut" }, {} },
+                                          {"name": "cut", "data": "0123456789", "repeat": 150000, "grow": -3},
+                                          {"name": "long2", "data": "0123456789", "repeat": 1000000, "size_off": -1},
+                                          {"name": "short2", "data": "0123456789", "repeat": 1000000, "size_off": 1},
+                                          {"name": "cut2", "data": "0123456789", "repeat": 1000000, "grow": -3},
+                                          {"name": "crc2", "data": "0123456789", "repeat": 1000000, "crc_xor": 1}]})" } },
+                      7, { "error 3 damaged long", "error 3 damaged short", "error 3 damaged cut", "error 3 damaged long2", "error 3 damaged short2", "error 3 damaged cut2", "error 3 damaged crc2" }, {} },
+        // Encrypted, deflated and stored (zip stores what does not compress), decoded on a thread of its own.
+        AccountCase { "LargeEntriesEncryptedDeflatedAndStored",
+                      { { "python3", "-c",
+                          "import random; r = random.Random(1); open('big.txt', 'w').write(' '.join(str(r.randrange(10**6)) for _ in range(1500000)));"
+                          "open('noise.bin', 'wb').write(r.randbytes(9 << 20))" },
+                        { "zip", "-q", "-P", "pw", "$ZIP", "big.txt", "noise.bin" } },
+                      2, {}, { "big.txt", "noise.bin" }, "pw" },
         AccountCase { "EndRecordCutShort", { { "zip", "-q", "$ZIP", "deflate.txt" }, { "truncate", "-s", "-5", "$ZIP" } }, -1,
                       { "error 2 damaged $ZIP" }, {} },
         AccountCase { "NotAnArchive", { { "truncate", "-s", "100", "$ZIP" } }, -1, { "error 2 damaged $ZIP" }, {} },
