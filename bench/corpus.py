@@ -4,6 +4,8 @@
   corpus.py small ROOT COUNT        COUNT files of 1-16 KiB of text-like data in 100 folders
   corpus.py large ROOT TOTAL_MB     files of 64-512 MiB, half text-like, half random
   corpus.py tiny ROOT COUNT         COUNT files of 0-100 bytes in folders of 1,000
+  corpus.py single ROOT TOTAL_MB    one file, big.bin: runs of 64-512 MiB, text-like and
+                                    random by turns (the large files end to end)
 
 The same arguments always give the same bytes.
 """
@@ -41,26 +43,36 @@ def small(root, count):
             stream.write(pool[start:start + size])
 
 
-def large(root, total_mb):
+def large(root, total_mb, single=False):
     generator = random.Random(2)
     text = text_block(generator, 16 << 20)
     noise = generator.randbytes(16 << 20)
     os.makedirs(root, exist_ok=True)
     written, index = 0, 0
     total = total_mb << 20
+    stream = open(os.path.join(root, "big.bin"), "wb") if single else None
     while written < total:
         size = min(generator.choice([64, 128, 256, 512]) << 20, total - written)
         block = text if index % 2 == 0 else noise
-        with open(os.path.join(root, "large%02d.bin" % index), "wb") as stream:
-            left = size
-            while left > 0:
-                # Pieces from varying offsets: no repeat inside deflate's window.
-                start = generator.randrange(0, len(block) - (1 << 20))
-                piece = block[start:start + min(left, 1 << 20)]
-                stream.write(piece)
-                left -= len(piece)
+        if not single:
+            stream = open(os.path.join(root, "large%02d.bin" % index), "wb")
+        left = size
+        while left > 0:
+            # Pieces from varying offsets: no repeat inside deflate's window.
+            start = generator.randrange(0, len(block) - (1 << 20))
+            piece = block[start:start + min(left, 1 << 20)]
+            stream.write(piece)
+            left -= len(piece)
+        if not single:
+            stream.close()
         written += size
         index += 1
+    if single:
+        stream.close()
+
+
+def single(root, total_mb):
+    large(root, total_mb, single=True)
 
 
 def tiny(root, count):
@@ -75,4 +87,4 @@ def tiny(root, count):
 
 if __name__ == "__main__":
     kind, root, amount = sys.argv[1], sys.argv[2], int(sys.argv[3])
-    {"small": small, "large": large, "tiny": tiny}[kind](root, amount)
+    {"small": small, "large": large, "tiny": tiny, "single": single}[kind](root, amount)
