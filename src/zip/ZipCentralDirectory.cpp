@@ -198,7 +198,7 @@ bool ZipCentralDirectory::read(int fd, qint64 fileSize)
         const qint64 directoryStart = directoryEnd - qint64(size);
         const qint64 prefix = directoryStart - qint64(qMin<quint64>(offset, quint64(fileSize)));
         ZipCentralDirectory candidate;
-        if (prefix < 0 || !candidate.walk(fd, directoryStart, directoryEnd, prefix)) {
+        if (prefix < 0 || !candidate.walk(fd, directoryStart, directoryEnd, prefix, count)) {
             continue;
         }
         candidate.m_declaredCount = count;
@@ -218,10 +218,17 @@ bool ZipCentralDirectory::read(int fd, qint64 fileSize)
     return true;
 }
 
-bool ZipCentralDirectory::walk(int fd, qint64 start, qint64 end, qint64 prefix)
+bool ZipCentralDirectory::walk(int fd, qint64 start, qint64 end, qint64 prefix, quint64 count)
 {
     // Read through a window; of each record only the name and the extra
     // field are kept, which is half the directory or less.
+    // Room for the stated count, never more than the directory can hold: the
+    // peak of growing by doubling would be half as much again, with a hundred
+    // thousand entries some megabytes.
+    const quint64 fit = quint64(end - start) / quint64(kCentralHeaderSize);
+    m_records.reserve(size_t(qMin(count, fit)));
+    m_bytes.reserve(qMax<qsizetype>(
+        0, qsizetype(end - start) - qsizetype(m_records.capacity()) * kCentralHeaderSize));
     std::vector<char> window;
     qint64 windowStart = start; // file position of window[0]
     qsizetype windowSize = 0;

@@ -68,7 +68,8 @@ public:
 
 private:
     // Walks the directory in [start, end); false when it does not parse.
-    bool walk(int fd, qint64 start, qint64 end, qint64 prefix);
+    // count is what the end record states, a hint only.
+    bool walk(int fd, qint64 start, qint64 end, qint64 prefix, quint64 count);
     void markOverlaps(qint64 directoryStart);
 
     // The name and extra field of every record, one after the other.
