@@ -23,8 +23,16 @@ bool ZipPieceRelay::run(const std::function<void()>& produce, const Consume& con
         m_produced = false;
         m_stopped = false;
     }
+    // What the producer throws (out of memory, a decoder's own error) is
+    // thrown again here, on the caller's thread, where the job can report it:
+    // thrown on the helper thread it would end the process.
+    std::exception_ptr producerThrew;
     std::thread producer([&] {
-        produce();
+        try {
+            produce();
+        } catch (...) {
+            producerThrew = std::current_exception();
+        }
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             m_produced = true;
@@ -65,6 +73,9 @@ bool ZipPieceRelay::run(const std::function<void()>& produce, const Consume& con
         }
     }
     producer.join();
+    if (producerThrew) {
+        std::rethrow_exception(producerThrew);
+    }
     return accepted;
 }
 

@@ -25,7 +25,8 @@ public:
     // Runs produce on a helper thread and gives every piece it publishes to
     // consume, in order, on this thread. Returns when produce has returned;
     // false when consume refused a piece (produce then finds acquire answer
-    // null and must return soon).
+    // null and must return soon). What either side throws is thrown again
+    // here once the helper thread has ended.
     bool run(const std::function<void()>& produce, const Consume& consume);
 
     // --- producer side ---------------------------------------------------

@@ -3,6 +3,7 @@
 
 #include "support/TestEnvironment.h"
 #include "zip/ZipArchive.h"
+#include "zip/ZipPieceRelay.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -308,6 +309,21 @@ TEST_F(ZipReader, ZeroDateKeepsTheTimeOfExtraction)
     const QDateTime before = QDateTime::currentDateTime().addSecs(-2);
     extract(makeRaw(path("a.zip"), { QJsonObject { { "name", "t.txt" }, { "dos_time", QJsonArray { 0, 0 } } } }), path("dest"));
     EXPECT_GE(QFileInfo(path("dest/t.txt")).lastModified(), before);
+}
+
+// A decoder that fails on its helper thread (out of memory) must reach the
+// job as an error, not end the process; what it decoded before still arrives.
+TEST(ZipPieceRelay, WhatTheDecoderThreadThrowsReachesTheCaller)
+{
+    ZipPieceRelay relay(2, 2);
+    QByteArray seen;
+    const auto produce = [&] {
+        relay.relay("abc", 3);
+        throw std::bad_alloc();
+    };
+    EXPECT_THROW(relay.run(produce, [&](const char* data, qsizetype size) { seen.append(data, size); return true; }),
+                 std::bad_alloc);
+    EXPECT_EQ(seen, "abc");
 }
 
 // --- links that already exist in the destination
