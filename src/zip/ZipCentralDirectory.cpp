@@ -22,6 +22,27 @@ constexpr qint64 kCentralHeaderSize = 46;
 constexpr qint64 kLocalHeaderSize = 30;
 constexpr qint64 kDirectoryWindow = 256 * 1024;
 
+// Appends to kept the fields of an extra field that are read after the walk
+// (times, the Unicode path), up to the first one that overruns it, where
+// their readers stop too; returns how many bytes it appended. Unix owners,
+// alignment padding and the like would cost megabytes in a large directory.
+quint16 keepReadLater(const char* extra, quint16 size, QByteArray* kept)
+{
+    const qsizetype before = kept->size();
+    for (int at = 0; at + 4 <= size;) {
+        const quint16 id = u16(extra + at);
+        const int fieldSize = 4 + u16(extra + at + 2);
+        if (at + fieldSize > size) {
+            break;
+        }
+        if (id == 0x5455 || id == 0x000A || id == 0x7075) {
+            kept->append(extra + at, fieldSize);
+        }
+        at += fieldSize;
+    }
+    return quint16(kept->size() - before);
+}
+
 bool hasSignature(const char* p, char third, char fourth)
 {
     return p[0] == 'P' && p[1] == 'K' && p[2] == third && p[3] == fourth;
@@ -88,7 +109,7 @@ QByteArrayView ZipCentralDirectory::name(const ZipCentralRecord& record) const
 
 std::optional<QByteArray> ZipCentralDirectory::unicodePath(const ZipCentralRecord& record) const
 {
-    const char* extra = m_bytes.constData() + record.extraOffset;
+    const char* extra = m_bytes.constData() + record.extraOffset();
     for (int at = 0; at + 4 <= record.extraLength;) {
         const quint16 id = u16(extra + at);
         const int size = u16(extra + at + 2);
@@ -114,7 +135,7 @@ std::optional<qint64> ZipCentralDirectory::modificationTime(const ZipCentralReco
     // 100 ns units from 1601 to 1970.
     constexpr quint64 kNtfsEpoch = Q_UINT64_C(116444736000000000);
     std::optional<qint64> ntfs;
-    const char* extra = m_bytes.constData() + record.extraOffset;
+    const char* extra = m_bytes.constData() + record.extraOffset();
     for (int at = 0; at + 4 <= record.extraLength;) {
         const quint16 id = u16(extra + at);
         const int size = u16(extra + at + 2);
@@ -275,13 +296,14 @@ bool ZipCentralDirectory::walk(int fd, qint64 start, qint64 end, qint64 prefix, 
         if (kCentralHeaderSize + fields + commentLength > windowSize - at) {
             return false;
         }
-        record.nameOffset = m_bytes.size();
-        record.extraOffset = record.nameOffset + record.nameLength;
-        m_bytes.append(header + kCentralHeaderSize, fields);
-        applyZip64(record, header + kCentralHeaderSize + record.nameLength, record.extraLength);
+        const char* extra = header + kCentralHeaderSize + record.nameLength;
+        applyZip64(record, extra, record.extraLength);
         if (record.method == 99) {
-            applyAes(record, header + kCentralHeaderSize + record.nameLength, record.extraLength);
+            applyAes(record, extra, record.extraLength);
         }
+        record.nameOffset = m_bytes.size();
+        m_bytes.append(header + kCentralHeaderSize, record.nameLength);
+        record.extraLength = keepReadLater(extra, record.extraLength, &m_bytes);
         record.localHeaderOffset += quint64(prefix);
         m_records.push_back(record);
         position += kCentralHeaderSize + fields + commentLength;

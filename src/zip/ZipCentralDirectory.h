@@ -7,35 +7,40 @@
 #include <vector>
 
 // One record of the central directory, with the ZIP64 extra field applied.
+// A hundred thousand of them are held at once: the fields go widest first,
+// so no padding lies between them.
 struct ZipCentralRecord {
-    quint16 versionMadeBy = 0; // the maker's system in the high byte (3: Unix)
-    quint16 flag = 0;
-    quint16 method = 0;
-    quint32 dosDate = 0; // date in the high 16 bits, time in the low
-    quint32 crc = 0;
     quint64 compressedSize = 0;
     quint64 uncompressedSize = 0;
-    quint32 externalAttributes = 0; // a Unix maker's mode in the high 16 bits
     // Position of the local header in the file (data before the archive, as
     // in a self-extracting program, already added).
     quint64 localHeaderOffset = 0;
     // Where the next entry's local header, or the directory, begins: no byte
     // of this entry may lie at or beyond it.
     quint64 dataLimit = 0;
-    // Offsets into the names and extra fields the directory keeps.
+    // Offset of the name into the names and extra fields the directory
+    // keeps; the extra field follows the name.
     qsizetype nameOffset = 0;
+    quint32 dosDate = 0; // date in the high 16 bits, time in the low
+    quint32 crc = 0;
+    quint32 externalAttributes = 0; // a Unix maker's mode in the high 16 bits
+    quint16 versionMadeBy = 0; // the maker's system in the high byte (3: Unix)
+    quint16 flag = 0;
+    quint16 method = 0;
     quint16 nameLength = 0;
-    qsizetype extraOffset = 0;
+    // Only the fields read after the walk (times, Unicode path) are kept.
     quint16 extraLength = 0;
-    // The entry's data range runs into another entry's (a zip bomb
-    // construction); it is never read.
-    bool overlaps = false;
     // From a WinZip AES extra field (0x9901), for method 99: the vendor
     // version (1 AE-1, 2 AE-2), the key strength (1, 2, 3 for 128, 192,
     // 256 bits; 0 when there is no such field) and the method of the data.
     quint16 aesVersion = 0;
-    quint8 aesStrength = 0;
     quint16 aesMethod = 0;
+    quint8 aesStrength = 0;
+    // The entry's data range runs into another entry's (a zip bomb
+    // construction); it is never read.
+    bool overlaps = false;
+
+    qsizetype extraOffset() const { return nameOffset + nameLength; }
 };
 
 // The central directory of an archive, walked by its size and offset rather

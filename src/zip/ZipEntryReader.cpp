@@ -90,6 +90,10 @@ struct ZipEntryReader::Private {
     bool aesActive = false;
     qint64 codePosition = 0; // of the AES authentication code
     std::vector<char> input = std::vector<char>(size_t(kInputSize));
+    // Bytes of the file from prefetchStart read into input with the local
+    // header, until fill overwrites them.
+    qint64 prefetchStart = 0;
+    qint64 prefetchSize = 0;
     std::vector<char> output = std::vector<char>(size_t(kOutputSize));
     std::unique_ptr<inflate_state> inflater;
     // While a large entry is decoded on a helper thread: where the decoded
@@ -148,9 +152,12 @@ qint64 ZipEntryReader::Private::fill(char* at, qint64 size)
     if (wanted == 0) {
         return 0;
     }
-    if (ZipFileIo::preadFully(fd, at, wanted, position) != wanted) {
+    if (position >= prefetchStart && position + wanted <= prefetchStart + prefetchSize) {
+        std::memmove(at, input.data() + (position - prefetchStart), size_t(wanted));
+    } else if (ZipFileIo::preadFully(fd, at, wanted, position) != wanted) {
         return -1;
     }
+    prefetchSize = 0;
     if (keys) {
         keys->decrypt(at, wanted);
     } else if (aesActive) {
@@ -441,21 +448,32 @@ ZipEntryReader::Result ZipEntryReader::open(int fd, const ZipCentralDirectory& d
         return Result::Overlaps;
     }
 
-    // Header and name in one read: with many small entries every system
-    // call counts.
+    // Header and name in one read, and a small entry's data with them: with
+    // many small entries every system call counts. The local extra field is
+    // rarely longer than the room left for it.
+    constexpr qint64 kLocalExtraRoom = 256;
     const QByteArrayView name = directory.name(record);
     const qint64 offset = qint64(record.localHeaderOffset);
     const qint64 headerSize = kLocalHeaderSize + name.size();
     if (qint64(d->input.size()) < headerSize) {
         d->input.resize(size_t(headerSize));
     }
+    qint64 readSize = headerSize;
+    if (!encrypted && record.compressedSize <= quint64(kInputSize)
+        && headerSize + kLocalExtraRoom + qint64(record.compressedSize) <= kInputSize) {
+        readSize = headerSize + kLocalExtraRoom + qint64(record.compressedSize);
+    }
     char* header = d->input.data();
-    if (ZipFileIo::preadFully(fd, header, headerSize, offset) != headerSize
+    d->prefetchSize = 0;
+    const qint64 got = ZipFileIo::preadFully(fd, header, readSize, offset);
+    if (got < headerSize
         || std::memcmp(header, "PK\x03\x04", 4) != 0 || u16(header + 26) != name.size()
         || u16(header + 8) != record.method
         || QByteArrayView(header + kLocalHeaderSize, name.size()) != name) {
         return Result::BadLocalHeader;
     }
+    d->prefetchStart = offset;
+    d->prefetchSize = got;
     const quint16 localTime = u16(header + 10);
     d->position = offset + headerSize + u16(header + 28);
     d->remaining = record.compressedSize;
