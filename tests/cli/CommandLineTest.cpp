@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -677,7 +678,7 @@ TEST_F(CommandLine, ProgressFollowsTheBytesOfALargeFile)
         const Outcome run = mokuza(r.arguments);
         ASSERT_EQ(run.exit, 0) << run.err.toStdString();
         QList<int> shares;
-        QSet<int> itemsDuringLarge;
+        QHash<int, int> sharesOfItem;
         for (auto it = line.globalMatch(run.err); it.hasNext();) {
             const auto m = it.next();
             if (m.captured(1) != r.phase) {
@@ -687,16 +688,22 @@ TEST_F(CommandLine, ProgressFollowsTheBytesOfALargeFile)
             EXPECT_TRUE(shares.isEmpty() || share > shares.last()) << run.err.toStdString();
             shares << share;
             if (share >= 10 && share < 100) {
-                itemsDuringLarge << m.captured(3).toInt();
+                ++sharesOfItem[m.captured(3).toInt()];
             }
         }
         EXPECT_EQ(shares.value(shares.size() - 1), 100) << run.err.toStdString();
         EXPECT_GE(int(std::count_if(shares.cbegin(), shares.cend(), [](int s) { return s >= 10 && s < 100; })),
                   r.intermediate)
             << run.err.toStdString();
-        // Every share from 10 % to 90 % was reached while one item, the
-        // large file, was under way: the small ones took less than 10 %.
-        EXPECT_EQ(itemsDuringLarge.size(), 1) << run.err.toStdString();
+        // The shares moved while one item, the large file, was under way;
+        // counted by items they would move once per item at most. The last
+        // share of the large file may be shown with the next item, as the
+        // terminal shows only the latest of the updates that queued up.
+        int mostOfOneItem = 0;
+        for (const int n : std::as_const(sharesOfItem)) {
+            mostOfOneItem = std::max(mostOfOneItem, n);
+        }
+        EXPECT_GE(mostOfOneItem, r.intermediate) << run.err.toStdString();
     }
     QFile::remove(path("big/large.bin"));
     QFile::remove(path("back/big/big/large.bin"));
